@@ -1,0 +1,54 @@
+# Everything a fresh Debian 12 machine needs: `make demo`, `make test`.
+SHELL := /bin/bash
+JOBS ?= $(shell nproc)
+CMAKE_GEN := -G Ninja
+BUILD := build
+ASAN_BUILD := build-asan
+WIN_BUILD := build-win
+BENCH_BUILD := build-bench
+DEMO_DIR ?= demo-output
+
+PACKAGES := cmake ninja-build g++ make pkg-config python3 \
+	libgtest-dev libgmock-dev libbenchmark-dev \
+	g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 \
+	libavformat-dev libavcodec-dev libswscale-dev libavutil-dev ffmpeg
+
+.PHONY: all deps build test test-native test-asan win demo bench clean
+
+all: build
+
+deps:
+	@bash cmake/install-deps.sh $(PACKAGES)
+
+build: deps
+	cmake -S . -B $(BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build $(BUILD) -j $(JOBS)
+
+test-native: build
+	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+test-asan: deps
+	cmake -S . -B $(ASAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESSEN_SANITIZE=ON
+	cmake --build $(ASAN_BUILD) -j $(JOBS)
+	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+		ctest --test-dir $(ASAN_BUILD) --output-on-failure -j $(JOBS)
+
+win: deps
+	cmake -S . -B $(WIN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release \
+		-DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64-x86_64.cmake -DTESSEN_TESTS=OFF -DTESSEN_TOOLS=OFF
+	cmake --build $(WIN_BUILD) -j $(JOBS)
+	bash cmake/check-windows-module.sh $(WIN_BUILD)/TessenPlus.aex
+
+# The Windows cross-build runs first: it is quick and catches Linux-only code.
+test: win test-native test-asan
+
+demo: build
+	$(BUILD)/cli/tessen demo $(DEMO_DIR)
+
+bench: deps
+	cmake -S . -B $(BENCH_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release -DTESSEN_BENCH=ON -DTESSEN_TESTS=OFF
+	cmake --build $(BENCH_BUILD) -j $(JOBS)
+	$(BENCH_BUILD)/bench/tessen_bench --benchmark_min_time=0.2
+
+clean:
+	rm -rf $(BUILD) $(ASAN_BUILD) $(WIN_BUILD) $(BENCH_BUILD)

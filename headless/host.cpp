@@ -1,0 +1,1 @@
+// The headless host: plays After Effects for tests, tools and benchmarks.
