@@ -1,0 +1,167 @@
+// Reading and writing video files through FFmpeg, in the host's pixel layout.
+//
+// Frames travel as HostFrame: the pixels exactly as the headless host hands
+// them to the effect. 8-bit pixels are four bytes A, R, G, B; 16-bit pixels
+// are four native-endian uint16 A, R, G, B running 0..32768 (not 0..65535).
+// Depth changes use exact integer arithmetic (pixel_convert.h), never
+// FFmpeg's scaler.
+//
+// Every failure is thrown as CliError naming the file and the cause.
+#pragma once
+
+#include "cli/cli_error.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tessen::cli {
+
+// An exact frame rate; 23.976 is 24000/1001, 29.97 is 30000/1001.
+struct Rational {
+    int num = 0;
+    int den = 1;
+    double value() const { return den ? double(num) / den : 0.0; }
+    bool operator==(const Rational& o) const { return int64_t(num) * o.den == int64_t(o.num) * den; }
+    bool operator!=(const Rational& o) const { return !(*this == o); }
+};
+
+// Snaps a measured rate to the nearest common one (n/1 or n*1000/1001) when
+// within 0.05 %, else returns it reduced. 29.97 -> 30000/1001.
+Rational exact_frame_rate(double fps);
+Rational exact_frame_rate(Rational measured);
+
+// Display order of the fields, as the container or codec states it.
+enum class FieldOrder { Unknown, Progressive, UpperFirst, LowerFirst };
+const char* field_order_name(FieldOrder order);  // "unknown", "progressive", "upper first", "lower first"
+
+// Colour description. The values are FFmpeg's enum values (AVColorSpace,
+// AVColorRange, AVColorPrimaries, AVColorTransferCharacteristic) so they can
+// be written to an output unchanged. The reader fills in guesses for what the
+// file leaves untagged (height >= 720: BT.709, else BT.601 / SMPTE 170M, or
+// BT.470BG for 576-line video); `tagged` says the file stated the matrix.
+struct ColorInfo {
+    int matrix = 2;     // AVCOL_SPC_*; 0 (AVCOL_SPC_RGB) for RGB sources
+    int range = 0;      // AVCOL_RANGE_*: 1 limited (MPEG), 2 full (JPEG)
+    int primaries = 2;  // AVCOL_PRI_*
+    int transfer = 2;   // AVCOL_TRC_*
+    bool tagged = false;
+};
+
+struct VideoInfo {
+    int width = 0;
+    int height = 0;
+    Rational frame_rate;             // exact (see exact_frame_rate)
+    int64_t frame_count = -1;        // estimate from the container, -1 when unknown
+    double duration_seconds = 0.0;   // 0 when unknown
+    FieldOrder field_order = FieldOrder::Unknown;
+    int bits_per_component = 8;      // of the decoded pixels (8, 10, 12, 16 ...)
+    int chroma_shift_x = 0;          // log2 of chroma subsampling: 4:2:2 -> 1,0; 4:2:0 -> 1,1; 4:1:1 -> 2,0
+    int chroma_shift_y = 0;
+    bool is_rgb = false;             // RGB pixels (no chroma subsampling to undo)
+    bool has_audio = false;
+    int audio_streams = 0;
+    ColorInfo color;
+    Rational sample_aspect{1, 1};
+    std::string codec_name;          // e.g. "prores", "h264"
+    std::string pixel_format;        // e.g. "yuv422p10le"
+};
+
+// One picture in the host's layout (see top of file). rowbytes is
+// width * 4 * (depth / 8): rows are packed.
+struct HostFrame {
+    int width = 0;
+    int height = 0;
+    int depth = 8;  // 8 or 16
+    size_t rowbytes = 0;
+    std::vector<uint8_t> bytes;
+
+    // Sizes the buffer (contents unspecified afterwards).
+    void allocate(int w, int h, int bit_depth);
+    uint8_t* row8(int y) { return bytes.data() + size_t(y) * rowbytes; }
+    const uint8_t* row8(int y) const { return bytes.data() + size_t(y) * rowbytes; }
+    uint16_t* row16(int y) { return reinterpret_cast<uint16_t*>(row8(y)); }
+    const uint16_t* row16(int y) const { return reinterpret_cast<const uint16_t*>(row8(y)); }
+};
+
+// Decodes every frame of the first video stream of a file, in display order.
+// The constructor opens the file and decodes the first frame, so a file that
+// cannot be opened, has no video stream or does not decode fails there.
+class VideoReader {
+public:
+    explicit VideoReader(const std::string& path);
+    ~VideoReader();
+    VideoReader(const VideoReader&) = delete;
+    VideoReader& operator=(const VideoReader&) = delete;
+
+    const VideoInfo& info() const;
+    const std::string& path() const;
+
+    // Next frame at the given depth (8 or 16); false at the end. Frames that
+    // decode are delivered first; a damaged or truncated stream then throws
+    // CliError saying where and why.
+    bool read(HostFrame& out, int depth);
+    int64_t frames_read() const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+// Output kind by the name: ".mov" ProRes 422 HQ, ".mkv" FFV1 lossless,
+// ".mp4" H.264, and a name with a printf-style number such as
+// "out_%05d.png" a sequence of 16-bit PNG images (numbered from 1).
+enum class OutputKind { ProRes, Ffv1, H264, PngSequence };
+// Throws CliError for a name that matches none of them.
+OutputKind output_kind_for(const std::string& path);
+const char* output_kind_name(OutputKind kind);  // "ProRes 422 HQ", ...
+
+struct WriterOptions {
+    int width = 0;
+    int height = 0;
+    Rational frame_rate{30000, 1001};
+    // Working depth (8 or 16). FFV1 stores exactly this depth (bgr0 /
+    // gbrp16le); the other kinds take frames of either depth.
+    int depth = 16;
+    // Colour of the pictures handed in, normally the reader's. YUV outputs use
+    // its matrix (untagged or RGB: chosen by size, height >= 720 -> BT.709),
+    // and every output is tagged with matrix, range, primaries and transfer.
+    ColorInfo color;
+    Rational sample_aspect{1, 1};
+    bool overwrite = false;     // replace an existing output (-y)
+    int h264_crf = 16;
+    // When not empty, the audio streams of this file are copied over
+    // (packets re-timed against its first video frame). Pass it only when the
+    // output keeps the input's duration.
+    std::string audio_source;
+};
+
+// Writes frames into a temporary file beside the target; finish() completes
+// the file and renames it into place. Destroying a writer without finish()
+// (an error or interrupt) removes the temporary file, leaving nothing behind.
+class VideoWriter {
+public:
+    VideoWriter(const std::string& path, const WriterOptions& options);
+    ~VideoWriter();
+    VideoWriter(const VideoWriter&) = delete;
+    VideoWriter& operator=(const VideoWriter&) = delete;
+
+    void write(const HostFrame& frame);  // size must match the options
+    void finish();
+
+    OutputKind kind() const;
+    int64_t frames_written() const;
+    int audio_streams_copied() const;
+    // Why audio of audio_source was left out (e.g. a codec the container
+    // cannot hold, or an image sequence); empty when all was copied. The
+    // caller prints it as a notice.
+    const std::string& audio_notice() const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace tessen::cli
