@@ -1,0 +1,197 @@
+#include "cli/conversion_plan.h"
+
+#include <cmath>
+#include <cstdio>
+
+namespace tessen::cli {
+
+namespace {
+
+std::string rate_text(Rational r) {
+    char buf[32];
+    double v = r.value();
+    if (std::fabs(v - std::round(v)) < 1e-9)
+        std::snprintf(buf, sizeof buf, "%.0f", v);
+    else
+        std::snprintf(buf, sizeof buf, "%.3f", v);
+    std::string s = buf;
+    // 29.970 -> 29.97, keep 23.976
+    while (s.find('.') != std::string::npos && s.back() == '0') s.pop_back();
+    return s;
+}
+
+// The rate the host interprets source frames at, in the composition's units:
+// NTSC runs at exactly 29.97 against a 23.976 or 29.97 composition, PAL at 25,
+// and PAL conformed to 23.976 at 23.976.
+Rational layer_rate_for(SourceStandard s, CompRate rate) {
+    if (s == SourceStandard::kNtsc) return Rational{2997, 100};
+    if (rate == CompRate::k23_976) return Rational{23976, 1000};
+    return Rational{25, 1};
+}
+
+Rational host_rate(const TimeBase& base) {
+    return Rational{static_cast<int>(base.time_scale), base.time_step};
+}
+
+}  // namespace
+
+TimeBase comp_time_base(CompRate rate) {
+    switch (rate) {
+        case CompRate::k23_976: return TimeBase{23976, 1000};
+        case CompRate::k29_97: return TimeBase{2997, 100};
+        case CompRate::k25: return TimeBase{25, 1};
+    }
+    return TimeBase{};
+}
+
+Rational comp_frame_rate(CompRate rate) {
+    switch (rate) {
+        case CompRate::k23_976: return Rational{24000, 1001};
+        case CompRate::k29_97: return Rational{30000, 1001};
+        case CompRate::k25: return Rational{25, 1};
+    }
+    return Rational{25, 1};
+}
+
+std::optional<SourceStandard> standard_for_rate(Rational rate) {
+    if (rate == Rational{30000, 1001} || rate == Rational{2997, 100}) return SourceStandard::kNtsc;
+    if (rate == Rational{25, 1}) return SourceStandard::kPal;
+    return std::nullopt;
+}
+
+const char* standard_name(SourceStandard s) { return s == SourceStandard::kNtsc ? "NTSC" : "PAL"; }
+
+bool conversion_supported(SourceStandard s, CompRate rate) {
+    if (s == SourceStandard::kNtsc) return rate == CompRate::k23_976 || rate == CompRate::k29_97;
+    return rate == CompRate::k23_976 || rate == CompRate::k25;
+}
+
+int minimum_width(int pattern_size) { return 3 * pattern_size; }
+
+Refusal plan_rates(const VideoInfo& info, const Options& options, ConversionPlan& plan) {
+    Refusal r;
+    const std::optional<SourceStandard> by_rate = standard_for_rate(info.frame_rate);
+    if (!by_rate) {
+        r.kind = Refusal::Kind::kUnsupported;
+        r.message = "unsupported conversion: the video runs at " + rate_text(info.frame_rate) +
+                    " fps; tessen converts interlaced NTSC (29.97 fps) or PAL (25 fps) video";
+        return r;
+    }
+    if (options.source && *options.source != *by_rate) {
+        r.kind = Refusal::Kind::kUnsupported;
+        r.message = std::string("unsupported conversion: --source ") +
+                    (*options.source == SourceStandard::kNtsc ? "ntsc needs 29.97" : "pal needs 25") +
+                    " fps video, the file runs at " + rate_text(info.frame_rate) + " fps";
+        return r;
+    }
+    plan.standard = *by_rate;
+    plan.source_video = plan.standard == SourceStandard::kNtsc ? kSourceNtsc : kSourcePal;
+    plan.rate = options.rate ? *options.rate
+                             : (plan.standard == SourceStandard::kNtsc ? CompRate::k23_976 : CompRate::k25);
+    if (!conversion_supported(plan.standard, plan.rate)) {
+        r.kind = Refusal::Kind::kUnsupported;
+        r.message = std::string("unsupported conversion: ") + standard_name(plan.standard) + " to " +
+                    comp_rate_text(plan.rate) + " fps (" + standard_name(plan.standard) + " converts to " +
+                    (plan.standard == SourceStandard::kNtsc ? "23.976 or 29.97" : "23.976 or 25") + ")";
+        return r;
+    }
+    const int min_w = minimum_width(options.pattern_size);
+    if (info.width < min_w || info.height < kMinimumHeight) {
+        r.kind = Refusal::Kind::kUnsupported;
+        r.message = "frame size " + std::to_string(info.width) + "x" + std::to_string(info.height) +
+                    " is below the effect's minimum of " + std::to_string(min_w) + "x" +
+                    std::to_string(kMinimumHeight) + " (at --pattern-size " + std::to_string(options.pattern_size) +
+                    ")";
+        return r;
+    }
+    plan.time_base = comp_time_base(plan.rate);
+    plan.comp_rate = comp_frame_rate(plan.rate);
+    plan.layer_rate = layer_rate_for(plan.standard, plan.rate);
+    plan.conformed = plan.standard == SourceStandard::kPal && plan.rate == CompRate::k23_976;
+    plan.depth = options.depth ? options.depth : (info.bits_per_component > 8 ? 16 : 8);
+    if (plan.conformed)
+        plan.notes.push_back(
+            "PAL to 23.976: the source is conformed to 23.976 fps, so every source frame becomes one output "
+            "frame and the clip plays 4% longer");
+    // Audio keeps its place only while the output covers the source's time.
+    const bool trimmed = options.start.has_value() || options.frames.has_value();
+    plan.keep_audio = info.has_audio && !plan.conformed && !trimmed;
+    if (info.has_audio && !plan.keep_audio)
+        plan.notes.push_back(plan.conformed ? "audio dropped: the conformed video is longer than the sound"
+                                            : "audio dropped: --start or --frames changes the duration");
+    return r;
+}
+
+void plan_fields(const VideoInfo& info, const Options& options, const AutoSetupResult* auto_setup,
+                 ConversionPlan& plan) {
+    // Source: the file's frame rate decides (plan_rates); Auto Setup's guess
+    // from the frame size is only reported when it disagrees.
+    if (!options.source && auto_setup && auto_setup->source_video != plan.source_video &&
+        (auto_setup->source_video == kSourceNtsc || auto_setup->source_video == kSourcePal))
+        plan.notes.push_back(std::string("the file runs at ") + rate_text(info.frame_rate) + " fps, so it is " +
+                             standard_name(plan.standard) + " (Auto Setup guessed " +
+                             (auto_setup->source_video == kSourceNtsc ? "NTSC" : "PAL") + " from the frame size)");
+
+    if (options.field_order) {
+        plan.field_order = *options.field_order == FieldOrderOpt::kUpper ? kUpperFirst : kLowerFirst;
+        return;
+    }
+    const int guess = auto_setup && (auto_setup->field_order == kUpperFirst || auto_setup->field_order == kLowerFirst)
+                          ? auto_setup->field_order
+                          : kLowerFirst;
+    auto name = [](int fo) { return fo == kUpperFirst ? "upper" : "lower"; };
+    if (info.field_order == FieldOrder::UpperFirst || info.field_order == FieldOrder::LowerFirst) {
+        const int recorded = info.field_order == FieldOrder::UpperFirst ? kUpperFirst : kLowerFirst;
+        std::string note = std::string("field order: ") + name(recorded) + " field first, as the file records it";
+        if (recorded != guess)
+            note += std::string(" (Auto Setup guessed ") + name(guess) + " field first from the frame size)";
+        plan.notes.push_back(note);
+        plan.field_order = recorded;
+        return;
+    }
+    if (info.field_order == FieldOrder::Progressive)
+        plan.notes.push_back(std::string("the file is marked progressive; converting it as interlaced, ") +
+                             name(guess) + " field first");
+    plan.field_order = guess;
+}
+
+Refusal plan_start(const VideoInfo& info, const Options& options, ConversionPlan& plan) {
+    Refusal r;
+    plan.first_source_frame = 0;
+    if (!options.start) return r;
+    const StartPoint& sp = *options.start;
+    if (sp.is_time) {
+        // The frame showing at that time; a hair of tolerance so 1.0s at 25 fps is frame 25.
+        plan.first_source_frame =
+            static_cast<int64_t>(std::floor(sp.seconds * info.frame_rate.value() + 1e-6));
+    } else {
+        plan.first_source_frame = sp.frame;
+    }
+    if (info.frame_count > 0 && plan.first_source_frame >= info.frame_count) {
+        r.kind = Refusal::Kind::kUsage;
+        r.message = "--start is beyond the end of the video (" + std::to_string(info.frame_count) + " frames)";
+    }
+    return r;
+}
+
+int64_t output_frame_count(int64_t source_frames, const ConversionPlan& plan, std::optional<int64_t> frames_cap) {
+    if (source_frames <= 0) return 0;
+    // Output frame k shows time k / comp; it is inside the source while
+    // k / comp < frames / layer, i.e. k * comp.den * layer.num < frames * comp.num * layer.den.
+    const Rational comp = host_rate(plan.time_base);
+    const Rational layer = plan.layer_rate;
+    const __int128 num = static_cast<__int128>(source_frames) * comp.num * layer.den;
+    const __int128 den = static_cast<__int128>(comp.den) * layer.num;
+    int64_t count = static_cast<int64_t>((num + den - 1) / den);
+    if (frames_cap && *frames_cap < count) count = *frames_cap;
+    return count;
+}
+
+int64_t source_frame_at(int64_t time, const TimeBase& base, Rational layer_rate) {
+    if (time <= 0) return 0;
+    const __int128 num = static_cast<__int128>(time) * layer_rate.num;
+    const __int128 den = static_cast<__int128>(base.time_scale) * layer_rate.den;
+    return static_cast<int64_t>(num / den);
+}
+
+}  // namespace tessen::cli
