@@ -1,0 +1,233 @@
+#include "image/box_filter.h"
+
+#include <emmintrin.h>
+#include <xmmintrin.h>
+
+#include <cmath>
+#include <cstdint>
+
+#include "dae/host_memory.h"
+#include "image/cpu_features.h"
+#include "image/float_world.h"
+
+namespace {
+
+// Both forms are written once over a four-channel value type, so that the
+// regular and SIMD variants perform the same float operations in the same
+// order: sum = r * p0, then + p[0] ... p[r]; each step (sum + entering) -
+// leaving; out = |sum * inv|.
+
+struct Regular {
+    struct V {
+        float c[4];
+    };
+    static V load(const float* p) { return V{{p[0], p[1], p[2], p[3]}}; }
+    static void store(float* p, const V& v)
+    {
+        for (int i = 0; i < 4; ++i) {
+            p[i] = v.c[i];
+        }
+    }
+    static V splat(float f) { return V{{f, f, f, f}}; }
+    static V add(const V& a, const V& b)
+    {
+        return V{{a.c[0] + b.c[0], a.c[1] + b.c[1], a.c[2] + b.c[2], a.c[3] + b.c[3]}};
+    }
+    static V sub(const V& a, const V& b)
+    {
+        return V{{a.c[0] - b.c[0], a.c[1] - b.c[1], a.c[2] - b.c[2], a.c[3] - b.c[3]}};
+    }
+    static V mul(const V& a, const V& b)
+    {
+        return V{{a.c[0] * b.c[0], a.c[1] * b.c[1], a.c[2] * b.c[2], a.c[3] * b.c[3]}};
+    }
+    static V abs(const V& a)
+    {
+        return V{{std::fabs(a.c[0]), std::fabs(a.c[1]), std::fabs(a.c[2]), std::fabs(a.c[3])}};
+    }
+    // Alpha (channel 0) from the source pixel, colour from the mean.
+    static V alpha_from(const V& mean, const V& src) { return V{{src.c[0], mean.c[1], mean.c[2], mean.c[3]}}; }
+    static void prefetch(const float*) {}
+};
+
+struct Simd {
+    using V = __m128;
+    static V load(const float* p) { return _mm_load_ps(p); }
+    static void store(float* p, V v) { _mm_store_ps(p, v); }
+    static V splat(float f) { return _mm_set1_ps(f); }
+    static V add(V a, V b) { return _mm_add_ps(a, b); }
+    static V sub(V a, V b) { return _mm_sub_ps(a, b); }
+    static V mul(V a, V b) { return _mm_mul_ps(a, b); }
+    static V abs(V a) { return _mm_and_ps(a, _mm_castsi128_ps(_mm_set1_epi32(0x7FFFFFFF))); }
+    static V alpha_from(V mean, V src)
+    {
+        const V lane0 = _mm_castsi128_ps(_mm_set_epi32(0, 0, 0, -1));
+        return _mm_or_ps(_mm_and_ps(lane0, src), _mm_andnot_ps(lane0, mean));
+    }
+    static void prefetch(const float* p) { _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0); }
+};
+
+inline A_long clamp_index(std::int64_t i, A_long n)
+{
+    if (i < 0) {
+        return 0;
+    }
+    if (i > n - 1) {
+        return n - 1;
+    }
+    return static_cast<A_long>(i);
+}
+
+inline float reciprocal_of_window(A_long r)
+{
+    return 1.0f / static_cast<float>(2 * static_cast<std::int64_t>(r) + 1);
+}
+
+template <typename Ops>
+void horizontal(const CVFloatWorld& src, CVFloatWorld& dst, A_long r)
+{
+    using V = typename Ops::V;
+    const A_long w = src.width();
+    const A_long h = src.height();
+    if (w <= 0) {
+        return;
+    }
+    r = r < 0 ? 0 : r;
+    const V inv = Ops::splat(reciprocal_of_window(r));
+    const V fr = Ops::splat(static_cast<float>(r));
+    for (A_long y = 0; y < h; ++y) {
+        const float* p = src.data_row_ptr(y);
+        float* d = dst.data_row_ptr(y);
+        V sum = Ops::mul(fr, Ops::load(p));
+        for (A_long i = 0; i <= r; ++i) {
+            sum = Ops::add(sum, Ops::load(p + 4 * clamp_index(i, w)));
+        }
+        for (A_long x = 0; x < w; ++x) {
+            const V mean = Ops::abs(Ops::mul(sum, inv));
+            Ops::store(d + 4 * x, Ops::alpha_from(mean, Ops::load(p + 4 * x)));
+            const A_long enter = clamp_index(static_cast<std::int64_t>(x) + r + 1, w);
+            const A_long leave = clamp_index(static_cast<std::int64_t>(x) - r, w);
+            sum = Ops::sub(Ops::add(sum, Ops::load(p + 4 * enter)), Ops::load(p + 4 * leave));
+        }
+    }
+}
+
+template <typename Ops>
+void vertical_columns(const CVFloatWorld& src, CVFloatWorld& dst, A_long r)
+{
+    using V = typename Ops::V;
+    const A_long w = dst.width();
+    const A_long h = dst.height();
+    if (h <= 0) {
+        return;
+    }
+    r = r < 0 ? 0 : r;
+    const V inv = Ops::splat(reciprocal_of_window(r));
+    const V fr = Ops::splat(static_cast<float>(r));
+    for (A_long x = 0; x < w; ++x) {
+        V sum = Ops::mul(fr, Ops::load(src.data_at_point(x, 0)));
+        for (A_long i = 0; i <= r; ++i) {
+            sum = Ops::add(sum, Ops::load(src.data_at_point(x, clamp_index(i, h))));
+        }
+        for (A_long y = 0; y < h; ++y) {
+            Ops::store(dst.data_at_point(x, y), Ops::abs(Ops::mul(sum, inv)));
+            const A_long enter = clamp_index(static_cast<std::int64_t>(y) + r + 1, h);
+            const A_long leave = clamp_index(static_cast<std::int64_t>(y) - r, h);
+            Ops::prefetch(src.data_at_point(x, clamp_index(static_cast<std::int64_t>(enter) + 1, h)));
+            sum = Ops::sub(Ops::add(sum, Ops::load(src.data_at_point(x, enter))),
+                           Ops::load(src.data_at_point(x, leave)));
+        }
+    }
+}
+
+template <typename Ops>
+void vertical_rows(const CVFloatWorld& src, CVFloatWorld& dst, A_long r)
+{
+    using V = typename Ops::V;
+    const A_long w = dst.width();
+    const A_long h = dst.height();
+    if (h <= 0) {
+        return;
+    }
+    r = r < 0 ? 0 : r;
+    float* sums = static_cast<float*>(DAE::AllocateHandleMemory(src.rowbytes()));
+    if (sums == nullptr) {
+        vertical_columns<Ops>(src, dst, r);
+        return;
+    }
+    const V inv = Ops::splat(reciprocal_of_window(r));
+    const V fr = Ops::splat(static_cast<float>(r));
+    {
+        const float* row0 = src.data_row_ptr(0);
+        for (A_long x = 0; x < w; ++x) {
+            Ops::store(sums + 4 * x, Ops::mul(fr, Ops::load(row0 + 4 * x)));
+        }
+    }
+    for (A_long i = 0; i <= r; ++i) {
+        const float* row = src.data_row_ptr(clamp_index(i, h));
+        for (A_long x = 0; x < w; ++x) {
+            Ops::store(sums + 4 * x, Ops::add(Ops::load(sums + 4 * x), Ops::load(row + 4 * x)));
+        }
+    }
+    // With 2r + 2 < h the clamps reproduce the three phases of the walk:
+    // rows 0 .. r - 1 drop row 0, the middle drops row y - r and adds row
+    // y + r + 1, the last rows add row h - 1.
+    for (A_long y = 0; y < h; ++y) {
+        float* d = dst.data_row_ptr(y);
+        const float* in = src.data_row_ptr(clamp_index(static_cast<std::int64_t>(y) + r + 1, h));
+        const float* out = src.data_row_ptr(clamp_index(static_cast<std::int64_t>(y) - r, h));
+        for (A_long x = 0; x < w; ++x) {
+            const V s = Ops::load(sums + 4 * x);
+            Ops::store(d + 4 * x, Ops::abs(Ops::mul(s, inv)));
+            Ops::store(sums + 4 * x, Ops::sub(Ops::add(s, Ops::load(in + 4 * x)), Ops::load(out + 4 * x)));
+        }
+    }
+    DAE::FreeHandleMemory(sums);
+}
+
+}  // namespace
+
+namespace box_filter_forms {
+
+void horizontal_regular(const CVFloatWorld& src, CVFloatWorld& dst, A_long r) { horizontal<Regular>(src, dst, r); }
+void horizontal_simd(const CVFloatWorld& src, CVFloatWorld& dst, A_long r) { horizontal<Simd>(src, dst, r); }
+
+void vertical_columns_regular(const CVFloatWorld& src, CVFloatWorld& dst, A_long r)
+{
+    vertical_columns<Regular>(src, dst, r);
+}
+void vertical_columns_simd(const CVFloatWorld& src, CVFloatWorld& dst, A_long r)
+{
+    vertical_columns<Simd>(src, dst, r);
+}
+
+void vertical_rows_regular(const CVFloatWorld& src, CVFloatWorld& dst, A_long r) { vertical_rows<Regular>(src, dst, r); }
+void vertical_rows_simd(const CVFloatWorld& src, CVFloatWorld& dst, A_long r) { vertical_rows<Simd>(src, dst, r); }
+
+}  // namespace box_filter_forms
+
+void box_filter_horizontal(const CVFloatWorld& src, CVFloatWorld& dst, A_long r)
+{
+    if (cpu_has_simd()) {
+        box_filter_forms::horizontal_simd(src, dst, r);
+    } else {
+        box_filter_forms::horizontal_regular(src, dst, r);
+    }
+}
+
+void box_filter_vertical(const CVFloatWorld& src, CVFloatWorld& dst, A_long r)
+{
+    const bool simd = cpu_has_simd();
+    const bool short_image = 2 * static_cast<std::int64_t>(r) + 2 >= dst.height();
+    if (short_image) {
+        if (simd) {
+            box_filter_forms::vertical_columns_simd(src, dst, r);
+        } else {
+            box_filter_forms::vertical_columns_regular(src, dst, r);
+        }
+    } else if (simd) {
+        box_filter_forms::vertical_rows_simd(src, dst, r);
+    } else {
+        box_filter_forms::vertical_rows_regular(src, dst, r);
+    }
+}

@@ -1,0 +1,18 @@
+// Processor capability test that picks between the SIMD and the regular
+// variants of the image operations. Asked on every call, never cached.
+#pragma once
+#include "hostapi/host_api.h"
+
+// True when the feature word of identification leaf 1 (EDX) has any of the
+// bits 27, 29 or 30 set. The mask is kept as it is although it does not name
+// the SSE bits: which path runs therefore depends on the processor model, and
+// both paths' results are part of the behaviour.
+bool cpu_has_simd();
+
+namespace cpu_features {
+constexpr A_u_long kSimdMask = 0x68000000u;
+
+// Platform seam: runs the identification instruction for a leaf and returns
+// EAX, EBX, ECX, EDX in that order.
+void identify(A_u_long leaf, A_u_long regs[4]);
+}  // namespace cpu_features
