@@ -118,7 +118,7 @@ RgbImage DemoScene::frame(int index) const {
             // Fine diagonals, panning right two pixels a frame.
             if (px >= dg_x0 && px < dg_x1 && py >= dg_y0 && py < dg_y1) {
                 double u = (px + py) - 120.0 * t;
-                float v = static_cast<float>(0.5 + 0.5 * std::sin(2 * kPi * u / 5.0));
+                float v = static_cast<float>(0.5 + 0.5 * std::sin(2 * kPi * u / 6.0));
                 c = mix(Color{0.9f, 0.75f, 0.2f}, Color{0.1f, 0.1f, 0.35f}, v);
             }
 

@@ -1,0 +1,41 @@
+// Source frames for the effect's input layer, read from a file as the render
+// asks for them. The effect looks one frame back and one ahead, so only a
+// small window of decoded frames is kept.
+#pragma once
+
+#include "cli/video_io.h"
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+
+namespace tessen::cli {
+
+class FrameSource {
+public:
+    // Frames before `first_frame` are skipped. `decode` fills the next frame
+    // and returns false at the end of the stream; its errors pass through.
+    FrameSource(std::function<bool(HostFrame&)> decode, int64_t first_frame);
+
+    // Whether frame i (counted from the first frame) exists; reads ahead as needed.
+    bool has(int64_t i);
+    // Frame i, held to the frames that exist (the last one past the end, the
+    // first one before the start), as a host holds the ends of a layer.
+    const HostFrame& at(int64_t i);
+    // Forget frames before i.
+    void release_before(int64_t i);
+    // Number of frames, once the end has been reached; -1 before.
+    int64_t known_count() const { return ended_ ? end_ : -1; }
+
+private:
+    bool fill_to(int64_t i);
+
+    std::function<bool(HostFrame&)> decode_;
+    int64_t skip_;
+    std::deque<HostFrame> window_;
+    int64_t window_start_ = 0;  // index of window_.front()
+    int64_t end_ = 0;           // frames decoded so far
+    bool ended_ = false;
+};
+
+}  // namespace tessen::cli
