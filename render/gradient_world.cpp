@@ -67,8 +67,9 @@ void CVGradientWorld::Compute(const CVFloatWorld& field)
 
 void CVGradientWorld::DrawInto(CVFloatWorld& field) const
 {
-    const A_long w = width;
-    const A_long h = height;
+    // The render may draw into the other field, which can be one row shorter.
+    const A_long w = width < field.width() ? width : field.width();
+    const A_long h = height < field.height() ? height : field.height();
     for (A_long y = 0; y < h; ++y) {
         const float* src = row_ptr(y);
         float* dst = field.data_row_ptr(y);

@@ -15,7 +15,7 @@ public:
     void Compute(const CVFloatWorld& field);
 
     // The "Gradient" view: opaque black, +1 edges in the first colour
-    // channel, -1 edges in the second.
+    // channel, -1 edges in the second, over the area both images share.
     void DrawInto(CVFloatWorld& field) const;
 
 private:

@@ -1,0 +1,15 @@
+// Splitting a frame into its two fields and building a full frame back from
+// one field by line interpolation. Whole padded rows are copied; images of
+// one render share their width, so their rows have the same length.
+#pragma once
+#include "image/float_world.h"
+
+// Even frame rows to `upper`, odd rows to `lower` (row r / 2 of each), for
+// as many rows as each field has. Either field may be null.
+void SplitFields(const CVFloatWorld& frame, CVFloatWorld* upper, CVFloatWorld* lower);
+
+// Field row i lands on frame row 2i (upper) or 2i + 1 (lower); each frame row
+// between two field rows is their average on all four channels. Frame row 0
+// of a lower field copies field row 0, and every frame row below the last
+// field row copies it, so no frame row is left unwritten.
+void BuildFrameFromField(const CVFloatWorld& field, CVFloatWorld& frame, bool upper);
