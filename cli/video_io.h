@@ -50,6 +50,11 @@ struct ColorInfo {
     bool tagged = false;
 };
 
+// The colour assumed for untagged video of this height: BT.709 for HD
+// (height >= 720), else BT.601 with NTSC primaries, or PAL primaries for
+// 576-line video; transfer BT.709 throughout; limited range.
+ColorInfo default_color_for(int height);
+
 struct VideoInfo {
     int width = 0;
     int height = 0;
@@ -89,6 +94,8 @@ struct HostFrame {
 // Decodes every frame of the first video stream of a file, in display order.
 // The constructor opens the file and decodes the first frame, so a file that
 // cannot be opened, has no video stream or does not decode fails there.
+// FFmpeg's own log is silenced on first use of a reader or writer; call
+// av_log_set_level() afterwards to see it.
 class VideoReader {
 public:
     explicit VideoReader(const std::string& path);

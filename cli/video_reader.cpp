@@ -1,0 +1,423 @@
+#include "cli/ffmpeg_util.h"
+#include "cli/pixel_convert.h"
+#include "cli/video_io.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <numeric>
+
+#include <unistd.h>
+
+namespace tessen::cli {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Common rates within 0.05 %: n/1 and n*1000/1001.
+bool snap_rate(double fps, Rational& out) {
+    for (int n : {24, 30, 48, 60, 120, 240}) {
+        const double ntsc = n * 1000.0 / 1001.0;
+        if (std::fabs(fps - ntsc) / ntsc < 0.0005) {
+            out = {n * 1000, 1001};
+            return true;
+        }
+    }
+    const double whole = std::round(fps);
+    if (whole >= 1 && std::fabs(fps - whole) / whole < 0.0005) {
+        out = {int(whole), 1};
+        return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+Rational exact_frame_rate(double fps) {
+    if (!(fps > 0) || !std::isfinite(fps)) return {0, 1};
+    Rational r;
+    if (snap_rate(fps, r)) return r;
+    const AVRational q = av_d2q(fps, 1000000);
+    return {q.num, q.den};
+}
+
+Rational exact_frame_rate(Rational measured) {
+    if (measured.num <= 0 || measured.den <= 0) return {0, 1};
+    Rational r;
+    if (snap_rate(measured.value(), r)) return r;
+    const int g = std::gcd(measured.num, measured.den);
+    return {measured.num / g, measured.den / g};
+}
+
+const char* field_order_name(FieldOrder order) {
+    switch (order) {
+    case FieldOrder::Progressive: return "progressive";
+    case FieldOrder::UpperFirst: return "upper first";
+    case FieldOrder::LowerFirst: return "lower first";
+    default: return "unknown";
+    }
+}
+
+ColorInfo default_color_for(int height) {
+    ColorInfo c;
+    c.range = AVCOL_RANGE_MPEG;
+    c.transfer = AVCOL_TRC_BT709;
+    c.tagged = false;
+    if (height >= 720) {
+        c.matrix = AVCOL_SPC_BT709;
+        c.primaries = AVCOL_PRI_BT709;
+    } else {
+        c.matrix = AVCOL_SPC_SMPTE170M;
+        c.primaries = (height == 576 || height == 288) ? AVCOL_PRI_BT470BG : AVCOL_PRI_SMPTE170M;
+    }
+    return c;
+}
+
+namespace {
+
+FieldOrder field_order_from(AVFieldOrder f) {
+    switch (f) {
+    case AV_FIELD_PROGRESSIVE: return FieldOrder::Progressive;
+    case AV_FIELD_TT:
+    case AV_FIELD_BT: return FieldOrder::UpperFirst;  // top field displayed first
+    case AV_FIELD_BB:
+    case AV_FIELD_TB: return FieldOrder::LowerFirst;
+    default: return FieldOrder::Unknown;
+    }
+}
+
+bool is_jpeg_range_format(int fmt) {
+    return fmt == AV_PIX_FMT_YUVJ420P || fmt == AV_PIX_FMT_YUVJ422P || fmt == AV_PIX_FMT_YUVJ444P ||
+           fmt == AV_PIX_FMT_YUVJ440P || fmt == AV_PIX_FMT_YUVJ411P;
+}
+
+// RGB layouts read component by component without the scaler, so that
+// lossless RGB files come back bit for bit.
+bool direct_rgb(const AVPixFmtDescriptor* d) {
+    if (!d || !(d->flags & AV_PIX_FMT_FLAG_RGB)) return false;
+    if (d->flags & (AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_BITSTREAM | AV_PIX_FMT_FLAG_FLOAT | AV_PIX_FMT_FLAG_BAYER |
+                    AV_PIX_FMT_FLAG_HWACCEL))
+        return false;
+    for (int c = 0; c < d->nb_components; ++c)
+        if (d->comp[c].depth > 16) return false;
+    return d->nb_components >= 3;
+}
+
+}  // namespace
+
+struct VideoReader::Impl {
+    std::string path;
+    VideoInfo info;
+    AVFormatContext* fmt = nullptr;
+    AVCodecContext* dec = nullptr;
+    AVPacket* pkt = nullptr;
+    AVFrame* frame = nullptr;
+    AVFrame* rgb = nullptr;  // scaler output
+    SwsContext* sws = nullptr;
+    int sws_src_format = -1;
+    int sws_dst_format = -1;
+    int stream = -1;
+    bool have_frame = false;
+    bool flushing = false;
+    bool ended = false;
+    int64_t delivered = 0;
+    int64_t expected_frames = -1;  // from a reliable container count, for truncation checks
+    std::string damage;            // why reading stopped early, thrown after the frames before it
+
+    ~Impl() {
+        sws_freeContext(sws);
+        av_frame_free(&rgb);
+        av_frame_free(&frame);
+        av_packet_free(&pkt);
+        avcodec_free_context(&dec);
+        avformat_close_input(&fmt);
+    }
+
+    [[noreturn]] void fail(const std::string& cause) const { throw CliError(path, cause); }
+
+    void open() {
+        quiet_ffmpeg_log();
+        std::error_code ec;
+        const auto status = fs::status(path, ec);
+        const bool sequence = is_sequence_pattern(path);  // numbered images, opened by FFmpeg
+        if (!sequence) {
+            if (ec || !fs::exists(status)) fail("file not found");
+            if (fs::is_directory(status)) fail("is a folder, not a video file");
+            if (::access(path.c_str(), R_OK) != 0) fail("cannot be read: " + io_error_text(errno));
+        }
+
+        int r = avformat_open_input(&fmt, path.c_str(), nullptr, nullptr);
+        if (r == AVERROR_INVALIDDATA) fail("not a video file that can be read (unknown format, or damaged)");
+        if (r < 0) fail("cannot be opened: " + av_error_text(r));
+        r = avformat_find_stream_info(fmt, nullptr);
+        if (r < 0) fail("cannot be read: " + av_error_text(r));
+
+        for (unsigned i = 0; i < fmt->nb_streams; ++i) {
+            const AVStream* st = fmt->streams[i];
+            if (st->codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !(st->disposition & AV_DISPOSITION_ATTACHED_PIC) &&
+                stream < 0)
+                stream = int(i);
+            if (st->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) ++info.audio_streams;
+        }
+        info.has_audio = info.audio_streams > 0;
+        if (stream < 0) fail("contains no video stream");
+        AVStream* st = fmt->streams[stream];
+        for (unsigned i = 0; i < fmt->nb_streams; ++i)
+            if (int(i) != stream) fmt->streams[i]->discard = AVDISCARD_ALL;
+
+        const AVCodec* codec = avcodec_find_decoder(st->codecpar->codec_id);
+        info.codec_name = avcodec_get_name(st->codecpar->codec_id);
+        if (!codec) fail("its video (" + info.codec_name + ") cannot be decoded by this FFmpeg");
+        dec = avcodec_alloc_context3(codec);
+        pkt = av_packet_alloc();
+        frame = av_frame_alloc();
+        rgb = av_frame_alloc();
+        if (!dec || !pkt || !frame || !rgb) fail("out of memory");
+        if (avcodec_parameters_to_context(dec, st->codecpar) < 0) fail("out of memory");
+        dec->thread_count = 0;
+        dec->pkt_timebase = st->time_base;
+        r = avcodec_open2(dec, codec, nullptr);
+        if (r < 0) fail("cannot decode its video (" + info.codec_name + "): " + av_error_text(r));
+
+        // The first frame completes what the container leaves open (pixel
+        // format, colour, interlacing) and shows early that decoding works.
+        if (!next_frame()) {
+            if (!damage.empty()) fail(damage);
+            if (st->nb_frames > 0) fail("none of its video frames can be decoded (truncated or damaged)");
+            fail("contains no video frames that can be decoded");
+        }
+        have_frame = true;
+        describe(st);
+    }
+
+    void describe(AVStream* st) {
+        info.width = frame->width;
+        info.height = frame->height;
+        const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(AVPixelFormat(frame->format));
+        info.pixel_format = d ? d->name : "unknown";
+        info.bits_per_component = d ? d->comp[0].depth : 8;
+        info.chroma_shift_x = d ? d->log2_chroma_w : 0;
+        info.chroma_shift_y = d ? d->log2_chroma_h : 0;
+        info.is_rgb = d && (d->flags & AV_PIX_FMT_FLAG_RGB);
+
+        AVRational rate = av_guess_frame_rate(fmt, st, frame);
+        if (rate.num <= 0 || rate.den <= 0) rate = st->r_frame_rate;
+        if (rate.num <= 0 || rate.den <= 0) fail("the frame rate of its video is unknown");
+        info.frame_rate = exact_frame_rate(Rational{rate.num, rate.den});
+
+        if (st->duration != AV_NOPTS_VALUE && st->duration > 0)
+            info.duration_seconds = double(st->duration) * av_q2d(st->time_base);
+        else if (fmt->duration != AV_NOPTS_VALUE && fmt->duration > 0)
+            info.duration_seconds = double(fmt->duration) / AV_TIME_BASE;
+        const bool from_bitrate = fmt->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE;
+        if (st->nb_frames > 0) {
+            info.frame_count = st->nb_frames;
+            expected_frames = st->nb_frames;
+        } else if (info.duration_seconds > 0) {
+            info.frame_count = int64_t(std::llround(info.duration_seconds * info.frame_rate.value()));
+            if (!from_bitrate) expected_frames = info.frame_count;
+        }
+
+        info.field_order = field_order_from(st->codecpar->field_order);
+        if (info.field_order == FieldOrder::Unknown && frame->interlaced_frame)
+            info.field_order = frame->top_field_first ? FieldOrder::UpperFirst : FieldOrder::LowerFirst;
+
+        const AVRational sar = st->sample_aspect_ratio.num > 0 ? st->sample_aspect_ratio : frame->sample_aspect_ratio;
+        if (sar.num > 0 && sar.den > 0) info.sample_aspect = {sar.num, sar.den};
+
+        // Colour: what the file states, else the usual assumption by size.
+        ColorInfo c = default_color_for(info.height);
+        const int matrix = frame->colorspace != AVCOL_SPC_UNSPECIFIED ? frame->colorspace : st->codecpar->color_space;
+        const int range = frame->color_range != AVCOL_RANGE_UNSPECIFIED ? frame->color_range : st->codecpar->color_range;
+        const int prim = frame->color_primaries != AVCOL_PRI_UNSPECIFIED ? frame->color_primaries
+                                                                          : st->codecpar->color_primaries;
+        const int trc = frame->color_trc != AVCOL_TRC_UNSPECIFIED ? frame->color_trc : st->codecpar->color_trc;
+        if (info.is_rgb) {
+            c.matrix = AVCOL_SPC_RGB;
+            c.range = AVCOL_RANGE_JPEG;
+            c.tagged = true;
+        } else if (matrix != AVCOL_SPC_UNSPECIFIED && matrix != AVCOL_SPC_RESERVED && matrix != AVCOL_SPC_RGB) {
+            c.matrix = matrix;
+            c.tagged = true;
+        }
+        if (!info.is_rgb) {
+            if (range != AVCOL_RANGE_UNSPECIFIED)
+                c.range = range;
+            else if (is_jpeg_range_format(frame->format))
+                c.range = AVCOL_RANGE_JPEG;
+        }
+        if (prim != AVCOL_PRI_UNSPECIFIED && prim != AVCOL_PRI_RESERVED && prim != AVCOL_PRI_RESERVED0)
+            c.primaries = prim;
+        if (trc != AVCOL_TRC_UNSPECIFIED && trc != AVCOL_TRC_RESERVED && trc != AVCOL_TRC_RESERVED0)
+            c.transfer = trc;
+        info.color = c;
+    }
+
+    // Decodes the next frame into `frame`; false at the end or when the
+    // stream broke (then `damage` says why).
+    bool next_frame() {
+        for (;;) {
+            int r = avcodec_receive_frame(dec, frame);
+            if (r == 0) return true;
+            if (r == AVERROR_EOF) return false;
+            if (r != AVERROR(EAGAIN)) {
+                if (damage.empty()) damage = "damaged video data after frame " + std::to_string(delivered) + ": " +
+                                             av_error_text(r);
+                return false;
+            }
+            if (flushing) return false;
+            r = av_read_frame(fmt, pkt);
+            if (r < 0) {
+                if (r != AVERROR_EOF)
+                    damage = "reading stopped after frame " + std::to_string(delivered) + ": " + av_error_text(r);
+                avcodec_send_packet(dec, nullptr);
+                flushing = true;
+                continue;
+            }
+            if (pkt->stream_index != stream) {
+                av_packet_unref(pkt);
+                continue;
+            }
+            r = avcodec_send_packet(dec, pkt);
+            av_packet_unref(pkt);
+            if (r < 0 && r != AVERROR(EAGAIN)) {
+                // Keep what is already decoded, then stop with the cause.
+                damage = "damaged video data after frame " + std::to_string(delivered) + ": " + av_error_text(r);
+                avcodec_send_packet(dec, nullptr);
+                flushing = true;
+            }
+        }
+    }
+
+    void check_complete() {
+        if (!damage.empty()) fail(damage);
+        if (expected_frames > 0) {
+            const int64_t missing = expected_frames - delivered;
+            if (missing > std::max<int64_t>(2, expected_frames / 50))
+                fail("the file ends early: " + std::to_string(delivered) + " of " + std::to_string(expected_frames) +
+                     " frames could be read (truncated or damaged)");
+        }
+    }
+
+    void convert(HostFrame& out, int depth) {
+        if (frame->width != info.width || frame->height != info.height)
+            fail("the picture size changes within the video (" + std::to_string(info.width) + "x" +
+                 std::to_string(info.height) + " to " + std::to_string(frame->width) + "x" +
+                 std::to_string(frame->height) + "), which is not supported");
+        out.allocate(frame->width, frame->height, depth);
+        const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(AVPixelFormat(frame->format));
+        if (direct_rgb(d))
+            convert_rgb(d, out);
+        else
+            convert_scaled(d, out);
+    }
+
+    void convert_rgb(const AVPixFmtDescriptor* d, HostFrame& out) {
+        const int w = frame->width;
+        const bool alpha = (d->flags & AV_PIX_FMT_FLAG_ALPHA) && d->nb_components >= 4;
+        std::vector<uint16_t> line(size_t(w) * 4);
+        uint16_t* comp[4] = {line.data(), line.data() + w, line.data() + 2 * w, line.data() + 3 * w};
+        const uint8_t* planes[4] = {frame->data[0], frame->data[1], frame->data[2], frame->data[3]};
+        const int bits[4] = {d->comp[0].depth, d->comp[1].depth, d->comp[2].depth, alpha ? d->comp[3].depth : 8};
+        for (int y = 0; y < frame->height; ++y) {
+            for (int c = 0; c < (alpha ? 4 : 3); ++c)
+                av_read_image_line2(comp[c], planes, frame->linesize, d, 0, y, c, w, 0, 2);
+            if (out.depth == 8) {
+                uint8_t* o = out.row8(y);
+                for (int x = 0; x < w; ++x) {
+                    o[4 * x + 0] = alpha ? u8_from_bits(comp[3][x], bits[3]) : 255;
+                    for (int c = 0; c < 3; ++c)
+                        o[4 * x + 1 + c] = bits[c] == 8 ? uint8_t(comp[c][x]) : u8_from_bits(comp[c][x], bits[c]);
+                }
+            } else {
+                uint16_t* o = out.row16(y);
+                for (int x = 0; x < w; ++x) {
+                    o[4 * x + 0] = alpha ? host16_from_bits(comp[3][x], bits[3]) : uint16_t(kHostMax16);
+                    for (int c = 0; c < 3; ++c) o[4 * x + 1 + c] = host16_from_bits(comp[c][x], bits[c]);
+                }
+            }
+        }
+    }
+
+    void convert_scaled(const AVPixFmtDescriptor* d, HostFrame& out) {
+        // 8-bit sources to 8-bit pixels go through 8-bit RGB; everything else
+        // through 16-bit RGB, converted to the host's range here.
+        const bool narrow = out.depth == 8 && d && d->comp[0].depth <= 8;
+        const AVPixelFormat dst = narrow ? AV_PIX_FMT_ARGB : AV_PIX_FMT_RGBA64;
+        if (!sws || sws_src_format != frame->format || sws_dst_format != dst) {
+            sws_freeContext(sws);
+            sws = sws_getContext(frame->width, frame->height, AVPixelFormat(frame->format), frame->width,
+                                 frame->height, dst, SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr,
+                                 nullptr, nullptr);
+            if (!sws) fail("cannot convert its pixel format " + std::string(d ? d->name : "?") + " to RGB");
+            const bool full = info.color.range == AVCOL_RANGE_JPEG;
+            sws_setColorspaceDetails(sws, sws_coefficients_for(info.color.matrix), full ? 1 : 0,
+                                     sws_getCoefficients(SWS_CS_DEFAULT), 1, 0, 1 << 16, 1 << 16);
+            sws_src_format = frame->format;
+            sws_dst_format = dst;
+            av_frame_unref(rgb);
+            rgb->format = dst;
+            rgb->width = frame->width;
+            rgb->height = frame->height;
+            if (av_frame_get_buffer(rgb, 0) < 0) fail("out of memory");
+        }
+        sws_scale(sws, frame->data, frame->linesize, 0, frame->height, rgb->data, rgb->linesize);
+        const int w = frame->width;
+        for (int y = 0; y < frame->height; ++y) {
+            const uint8_t* src = rgb->data[0] + size_t(y) * rgb->linesize[0];
+            if (narrow) {
+                std::memcpy(out.row8(y), src, size_t(w) * 4);
+            } else {
+                const uint16_t* s = reinterpret_cast<const uint16_t*>(src);  // R, G, B, A
+                if (out.depth == 8) {
+                    uint8_t* o = out.row8(y);
+                    for (int x = 0; x < w; ++x) {
+                        o[4 * x + 0] = u8_from_bits(s[4 * x + 3], 16);
+                        o[4 * x + 1] = u8_from_bits(s[4 * x + 0], 16);
+                        o[4 * x + 2] = u8_from_bits(s[4 * x + 1], 16);
+                        o[4 * x + 3] = u8_from_bits(s[4 * x + 2], 16);
+                    }
+                } else {
+                    uint16_t* o = out.row16(y);
+                    for (int x = 0; x < w; ++x) {
+                        o[4 * x + 0] = host16_from_16(s[4 * x + 3]);
+                        o[4 * x + 1] = host16_from_16(s[4 * x + 0]);
+                        o[4 * x + 2] = host16_from_16(s[4 * x + 1]);
+                        o[4 * x + 3] = host16_from_16(s[4 * x + 2]);
+                    }
+                }
+            }
+        }
+    }
+};
+
+VideoReader::VideoReader(const std::string& path) : impl_(std::make_unique<Impl>()) {
+    impl_->path = path;
+    impl_->open();
+}
+
+VideoReader::~VideoReader() = default;
+
+const VideoInfo& VideoReader::info() const { return impl_->info; }
+const std::string& VideoReader::path() const { return impl_->path; }
+int64_t VideoReader::frames_read() const { return impl_->delivered; }
+
+bool VideoReader::read(HostFrame& out, int depth) {
+    Impl& m = *impl_;
+    if (depth != 8 && depth != 16) m.fail("pixel depth must be 8 or 16, not " + std::to_string(depth));
+    if (m.ended) return false;
+    if (!m.have_frame && !m.next_frame()) {
+        m.ended = true;
+        m.check_complete();
+        return false;
+    }
+    m.have_frame = false;
+    m.convert(out, depth);
+    av_frame_unref(m.frame);
+    ++m.delivered;
+    return true;
+}
+
+}  // namespace tessen::cli

@@ -1,0 +1,472 @@
+#include "cli/ffmpeg_util.h"
+#include "cli/output_file.h"
+#include "cli/pixel_convert.h"
+#include "cli/video_io.h"
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <limits>
+
+namespace tessen::cli {
+
+namespace fs = std::filesystem;
+
+OutputKind output_kind_for(const std::string& path) {
+    if (is_sequence_pattern(path)) {
+        std::string ext = fs::path(path).extension().string();
+        std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+        if (ext == ".png") return OutputKind::PngSequence;
+        throw CliError(path, "image sequences are written as PNG; use a name such as out_%05d.png");
+    }
+    std::string ext = fs::path(path).extension().string();
+    std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+    if (ext == ".mov") return OutputKind::ProRes;
+    if (ext == ".mkv") return OutputKind::Ffv1;
+    if (ext == ".mp4") return OutputKind::H264;
+    if (ext == ".png") throw CliError(path, "PNG output needs a frame number in the name, such as out_%05d.png");
+    throw CliError(path, "unknown output type \"" + ext +
+                             "\"; use .mov (ProRes 422 HQ), .mkv (FFV1 lossless), .mp4 (H.264) or out_%05d.png");
+}
+
+const char* output_kind_name(OutputKind kind) {
+    switch (kind) {
+    case OutputKind::ProRes: return "ProRes 422 HQ";
+    case OutputKind::Ffv1: return "FFV1 lossless";
+    case OutputKind::H264: return "H.264";
+    case OutputKind::PngSequence: return "16-bit PNG images";
+    }
+    return "?";
+}
+
+namespace {
+
+struct Dict {
+    AVDictionary* d = nullptr;
+    ~Dict() { av_dict_free(&d); }
+    void set(const char* k, const char* v) { av_dict_set(&d, k, v, 0); }
+};
+
+bool yuv_matrix(int m) {
+    return m != AVCOL_SPC_RGB && m != AVCOL_SPC_UNSPECIFIED && m != AVCOL_SPC_RESERVED && m >= 0 &&
+           m < AVCOL_SPC_NB;
+}
+
+}  // namespace
+
+struct VideoWriter::Impl {
+    std::string path;
+    WriterOptions opt;
+    OutputKind kind{};
+    std::unique_ptr<OutputFile> out;
+    AVFormatContext* fmt = nullptr;
+    AVCodecContext* enc = nullptr;
+    AVStream* vst = nullptr;
+    AVFrame* frame = nullptr;   // encoder input
+    AVFrame* staging = nullptr;  // packed RGB for the scaler
+    SwsContext* sws = nullptr;
+    int sws_depth = 0;
+    AVPacket* pkt = nullptr;
+    int64_t written = 0;
+    bool finished = false;
+    bool failed = false;
+    ColorInfo color;  // as written
+
+    // audio carried over from another file
+    AVFormatContext* ain = nullptr;
+    AVPacket* apkt = nullptr;
+    bool apending = false;
+    bool aeof = true;
+    std::vector<int> amap;
+    int64_t aoffset = 0;  // AV_TIME_BASE units: the input's first video time becomes zero
+    int acopied = 0;
+    std::string anotice;
+
+    ~Impl() {
+        if (fmt && fmt->pb && !(fmt->oformat->flags & AVFMT_NOFILE)) avio_closep(&fmt->pb);
+        avformat_free_context(fmt);
+        avcodec_free_context(&enc);
+        av_frame_free(&frame);
+        av_frame_free(&staging);
+        sws_freeContext(sws);
+        av_packet_free(&pkt);
+        av_packet_free(&apkt);
+        avformat_close_input(&ain);
+        // `out` removes the temporary unless committed.
+    }
+
+    [[noreturn]] void fail(const std::string& cause) {
+        failed = true;
+        throw CliError(path, cause);
+    }
+
+    void check(int r, const char* what) {
+        if (r < 0) fail(std::string(what) + ": " + av_error_text(r));
+    }
+
+    void open(const std::string& target, const WriterOptions& options) {
+        quiet_ffmpeg_log();
+        path = target;
+        opt = options;
+        kind = output_kind_for(target);
+        if (opt.width <= 0 || opt.height <= 0) fail("invalid picture size");
+        if (opt.depth != 8 && opt.depth != 16) fail("pixel depth must be 8 or 16");
+        if (opt.frame_rate.num <= 0 || opt.frame_rate.den <= 0) fail("invalid frame rate");
+        if (kind == OutputKind::H264 && (opt.width % 2 || opt.height % 2))
+            fail("H.264 output needs an even width and height, not " + std::to_string(opt.width) + "x" +
+                 std::to_string(opt.height));
+        if (kind == OutputKind::ProRes && opt.width % 2)
+            fail("ProRes output needs an even width, not " + std::to_string(opt.width));
+
+        out = std::make_unique<OutputFile>(target, opt.overwrite, kind == OutputKind::PngSequence);
+
+        const char* muxer = kind == OutputKind::ProRes ? "mov"
+                            : kind == OutputKind::Ffv1 ? "matroska"
+                            : kind == OutputKind::H264 ? "mp4"
+                                                       : "image2";
+        const char* encoder = kind == OutputKind::ProRes ? "prores_ks"
+                              : kind == OutputKind::Ffv1 ? "ffv1"
+                              : kind == OutputKind::H264 ? "libx264"
+                                                         : "png";
+        check(avformat_alloc_output_context2(&fmt, nullptr, muxer, out->write_path().c_str()), "cannot set up output");
+        const AVCodec* codec = avcodec_find_encoder_by_name(encoder);
+        if (!codec) fail(std::string("this FFmpeg has no ") + encoder + " encoder");
+        enc = avcodec_alloc_context3(codec);
+        frame = av_frame_alloc();
+        staging = av_frame_alloc();
+        pkt = av_packet_alloc();
+        apkt = av_packet_alloc();
+        if (!enc || !frame || !staging || !pkt || !apkt) fail("out of memory");
+
+        enc->width = opt.width;
+        enc->height = opt.height;
+        enc->time_base = AVRational{opt.frame_rate.den, opt.frame_rate.num};
+        enc->framerate = AVRational{opt.frame_rate.num, opt.frame_rate.den};
+        enc->sample_aspect_ratio = AVRational{opt.sample_aspect.num, opt.sample_aspect.den};
+        enc->field_order = AV_FIELD_PROGRESSIVE;
+        enc->thread_count = 0;
+
+        // Colour: RGB outputs keep primaries and transfer; YUV outputs use
+        // the source's matrix, or the usual one for the size.
+        const ColorInfo guess = default_color_for(opt.height);
+        color = opt.color;
+        if (color.primaries == AVCOL_PRI_UNSPECIFIED) color.primaries = guess.primaries;
+        if (color.transfer == AVCOL_TRC_UNSPECIFIED) color.transfer = guess.transfer;
+        const bool rgb_out = kind == OutputKind::Ffv1 || kind == OutputKind::PngSequence;
+        if (rgb_out) {
+            color.matrix = AVCOL_SPC_RGB;
+            color.range = AVCOL_RANGE_JPEG;
+        } else {
+            if (!yuv_matrix(color.matrix)) color.matrix = guess.matrix;
+            color.range = AVCOL_RANGE_MPEG;
+        }
+        enc->colorspace = AVColorSpace(color.matrix);
+        enc->color_range = AVColorRange(color.range);
+        enc->color_primaries = AVColorPrimaries(color.primaries);
+        enc->color_trc = AVColorTransferCharacteristic(color.transfer);
+
+        Dict codec_opts;
+        switch (kind) {
+        case OutputKind::ProRes:
+            enc->pix_fmt = AV_PIX_FMT_YUV422P10LE;
+            codec_opts.set("profile", "hq");
+            codec_opts.set("vendor", "apl0");
+            break;
+        case OutputKind::Ffv1:
+            // FFV1 has no planar 8-bit RGB and would pick a 9-bit format.
+            enc->pix_fmt = opt.depth == 8 ? AV_PIX_FMT_0RGB32 : AV_PIX_FMT_GBRP16;
+            enc->gop_size = 1;
+            codec_opts.set("level", "3");
+            codec_opts.set("slicecrc", "1");
+            codec_opts.set("coder", "range_def");
+            break;
+        case OutputKind::H264:
+            enc->pix_fmt = AV_PIX_FMT_YUV420P;
+            codec_opts.set("crf", std::to_string(opt.h264_crf).c_str());
+            codec_opts.set("preset", "medium");
+            codec_opts.set("profile", "high");
+            break;
+        case OutputKind::PngSequence:
+            enc->pix_fmt = AV_PIX_FMT_RGB48BE;
+            codec_opts.set("pred", "paeth");
+            break;
+        }
+        if (fmt->oformat->flags & AVFMT_GLOBALHEADER) enc->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+        int r = avcodec_open2(enc, codec, &codec_opts.d);
+        if (r < 0) fail(std::string("cannot start the ") + encoder + " encoder: " + av_error_text(r));
+
+        vst = avformat_new_stream(fmt, nullptr);
+        if (!vst) fail("out of memory");
+        check(avcodec_parameters_from_context(vst->codecpar, enc), "cannot set up output");
+        vst->time_base = enc->time_base;
+        vst->avg_frame_rate = enc->framerate;
+        vst->r_frame_rate = enc->framerate;
+        vst->sample_aspect_ratio = enc->sample_aspect_ratio;
+
+        frame->format = enc->pix_fmt;
+        frame->width = enc->width;
+        frame->height = enc->height;
+        check(av_frame_get_buffer(frame, 0), "out of memory");
+
+        if (!opt.audio_source.empty()) open_audio();
+
+        if (!(fmt->oformat->flags & AVFMT_NOFILE)) {
+            r = avio_open(&fmt->pb, out->write_path().c_str(), AVIO_FLAG_WRITE);
+            if (r < 0) fail("cannot write: " + av_error_text(r));
+        }
+        Dict mux_opts;
+        if (kind == OutputKind::H264) mux_opts.set("movflags", "+faststart+write_colr");
+        if (kind == OutputKind::ProRes) mux_opts.set("movflags", "+write_colr");
+        r = avformat_write_header(fmt, &mux_opts.d);
+        if (r < 0) fail("cannot write: " + av_error_text(r));
+    }
+
+    void open_audio() {
+        const std::string& src = opt.audio_source;
+        if (kind == OutputKind::PngSequence) {
+            anotice = "image sequences carry no sound; the audio is left out";
+            return;
+        }
+        if (avformat_open_input(&ain, src.c_str(), nullptr, nullptr) < 0 ||
+            avformat_find_stream_info(ain, nullptr) < 0) {
+            avformat_close_input(&ain);
+            anotice = "the audio of " + src + " cannot be read and is left out";
+            return;
+        }
+        amap.assign(ain->nb_streams, -1);
+        aoffset = 0;
+        bool have_offset = false;
+        for (unsigned i = 0; i < ain->nb_streams; ++i) {
+            AVStream* st = ain->streams[i];
+            if (st->codecpar->codec_type == AVMEDIA_TYPE_VIDEO && !(st->disposition & AV_DISPOSITION_ATTACHED_PIC) &&
+                !have_offset && st->start_time != AV_NOPTS_VALUE) {
+                aoffset = av_rescale_q(st->start_time, st->time_base, AV_TIME_BASE_Q);
+                have_offset = true;
+            }
+            if (st->codecpar->codec_type != AVMEDIA_TYPE_AUDIO) {
+                st->discard = AVDISCARD_ALL;
+                continue;
+            }
+            const char* name = avcodec_get_name(st->codecpar->codec_id);
+            if (avformat_query_codec(fmt->oformat, st->codecpar->codec_id, FF_COMPLIANCE_NORMAL) != 1) {
+                if (!anotice.empty()) anotice += "; ";
+                anotice += std::string("audio stream ") + std::to_string(i) + " (" + name + ") cannot be stored in " +
+                           output_kind_name(kind) + " output and is left out";
+                st->discard = AVDISCARD_ALL;
+                continue;
+            }
+            AVStream* os = avformat_new_stream(fmt, nullptr);
+            if (!os) fail("out of memory");
+            check(avcodec_parameters_copy(os->codecpar, st->codecpar), "cannot set up audio");
+            os->codecpar->codec_tag = 0;
+            os->time_base = st->time_base;
+            os->disposition = st->disposition;
+            av_dict_copy(&os->metadata, st->metadata, 0);
+            amap[i] = os->index;
+            ++acopied;
+        }
+        if (!have_offset && ain->start_time != AV_NOPTS_VALUE) aoffset = ain->start_time;
+        aeof = acopied == 0;
+        if (aeof) avformat_close_input(&ain);
+    }
+
+    // Writes audio packets up to `until` seconds of output time, so audio
+    // and video interleave without the muxer buffering either.
+    void pump_audio(double until) {
+        while (!aeof) {
+            if (!apending) {
+                const int r = av_read_frame(ain, apkt);
+                if (r < 0) {
+                    aeof = true;  // the audio ends (or breaks) here; the video goes on
+                    break;
+                }
+                if (apkt->stream_index < 0 || apkt->stream_index >= int(amap.size()) || amap[apkt->stream_index] < 0) {
+                    av_packet_unref(apkt);
+                    continue;
+                }
+                apending = true;
+            }
+            AVStream* is = ain->streams[apkt->stream_index];
+            const int64_t shift = av_rescale_q(aoffset, AV_TIME_BASE_Q, is->time_base);
+            const int64_t ts = apkt->dts != AV_NOPTS_VALUE ? apkt->dts : apkt->pts;
+            if (ts != AV_NOPTS_VALUE && double(ts - shift) * av_q2d(is->time_base) > until) break;
+            apending = false;
+            if (apkt->pts != AV_NOPTS_VALUE) apkt->pts -= shift;
+            if (apkt->dts != AV_NOPTS_VALUE) apkt->dts -= shift;
+            if (apkt->pts != AV_NOPTS_VALUE && apkt->pts + apkt->duration <= 0) {
+                av_packet_unref(apkt);  // sound from before the first picture
+                continue;
+            }
+            AVStream* os = fmt->streams[amap[apkt->stream_index]];
+            av_packet_rescale_ts(apkt, is->time_base, os->time_base);
+            apkt->stream_index = os->index;
+            apkt->pos = -1;
+            const int r = av_interleaved_write_frame(fmt, apkt);
+            av_packet_unref(apkt);
+            if (r < 0) fail("cannot write: " + av_error_text(r));
+        }
+    }
+
+    void drain(bool flushing) {
+        for (;;) {
+            int r = avcodec_receive_packet(enc, pkt);
+            if (r == AVERROR(EAGAIN) || r == AVERROR_EOF) return;
+            if (r < 0) fail("encoding failed: " + av_error_text(r));
+            av_packet_rescale_ts(pkt, enc->time_base, vst->time_base);
+            pkt->stream_index = vst->index;
+            r = av_interleaved_write_frame(fmt, pkt);
+            av_packet_unref(pkt);
+            if (r < 0) fail("cannot write: " + av_error_text(r));
+        }
+        (void)flushing;
+    }
+
+    void fill_frame(const HostFrame& in) {
+        check(av_frame_make_writable(frame), "out of memory");
+        const int w = in.width, h = in.height;
+        const bool deep = in.depth == 16;
+        auto c16 = [&](int y, int x, int c) -> uint16_t {  // component c (0 A, 1 R, 2 G, 3 B) as 16 bits
+            return deep ? u16_from_host16(in.row16(y)[4 * x + c]) : uint16_t(in.row8(y)[4 * x + c] * 257);
+        };
+        auto c8 = [&](int y, int x, int c) -> uint8_t {
+            return deep ? u8_from_host16(in.row16(y)[4 * x + c]) : in.row8(y)[4 * x + c];
+        };
+        switch (kind) {
+        case OutputKind::Ffv1:
+            if (opt.depth == 8) {
+                for (int y = 0; y < h; ++y) {
+                    uint32_t* o = reinterpret_cast<uint32_t*>(frame->data[0] + size_t(y) * frame->linesize[0]);
+                    for (int x = 0; x < w; ++x)
+                        o[x] = (uint32_t(c8(y, x, 1)) << 16) | (uint32_t(c8(y, x, 2)) << 8) | c8(y, x, 3);
+                }
+            } else {
+                for (int y = 0; y < h; ++y) {
+                    // gbrp planes: 0 G, 1 B, 2 R
+                    auto* g = reinterpret_cast<uint16_t*>(frame->data[0] + size_t(y) * frame->linesize[0]);
+                    auto* b = reinterpret_cast<uint16_t*>(frame->data[1] + size_t(y) * frame->linesize[1]);
+                    auto* r = reinterpret_cast<uint16_t*>(frame->data[2] + size_t(y) * frame->linesize[2]);
+                    for (int x = 0; x < w; ++x) {
+                        r[x] = c16(y, x, 1);
+                        g[x] = c16(y, x, 2);
+                        b[x] = c16(y, x, 3);
+                    }
+                }
+            }
+            break;
+        case OutputKind::PngSequence:
+            for (int y = 0; y < h; ++y) {
+                uint8_t* o = frame->data[0] + size_t(y) * frame->linesize[0];
+                for (int x = 0; x < w; ++x)
+                    for (int c = 0; c < 3; ++c) {
+                        const uint16_t v = c16(y, x, c + 1);
+                        o[6 * x + 2 * c] = uint8_t(v >> 8);
+                        o[6 * x + 2 * c + 1] = uint8_t(v & 0xff);
+                    }
+            }
+            break;
+        case OutputKind::ProRes:
+        case OutputKind::H264: scale_into_frame(in); break;
+        }
+    }
+
+    // RGB to YUV through the scaler, from packed 8-bit ARGB (the host's own
+    // 8-bit layout) or 16-bit RGBA.
+    void scale_into_frame(const HostFrame& in) {
+        if (!sws || sws_depth != in.depth) {
+            sws_freeContext(sws);
+            const AVPixelFormat src = in.depth == 8 ? AV_PIX_FMT_ARGB : AV_PIX_FMT_RGBA64;
+            sws = sws_getContext(in.width, in.height, src, enc->width, enc->height, enc->pix_fmt,
+                                 SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr);
+            if (!sws) fail("cannot set up the colour conversion");
+            const int* coeffs = sws_coefficients_for(color.matrix);
+            sws_setColorspaceDetails(sws, coeffs, 1, coeffs, 0, 0, 1 << 16, 1 << 16);
+            sws_depth = in.depth;
+            av_frame_unref(staging);
+            staging->format = src;
+            staging->width = in.width;
+            staging->height = in.height;
+            check(av_frame_get_buffer(staging, 0), "out of memory");
+        }
+        for (int y = 0; y < in.height; ++y) {
+            uint8_t* o = staging->data[0] + size_t(y) * staging->linesize[0];
+            if (in.depth == 8) {
+                std::memcpy(o, in.row8(y), size_t(in.width) * 4);
+            } else {
+                const uint16_t* s = in.row16(y);
+                uint16_t* d = reinterpret_cast<uint16_t*>(o);
+                for (int x = 0; x < in.width; ++x) {
+                    d[4 * x + 0] = u16_from_host16(s[4 * x + 1]);
+                    d[4 * x + 1] = u16_from_host16(s[4 * x + 2]);
+                    d[4 * x + 2] = u16_from_host16(s[4 * x + 3]);
+                    d[4 * x + 3] = u16_from_host16(s[4 * x + 0]);
+                }
+            }
+        }
+        sws_scale(sws, staging->data, staging->linesize, 0, in.height, frame->data, frame->linesize);
+    }
+
+    void write(const HostFrame& in) {
+        if (finished || failed) fail("the output is already closed");
+        if (in.width != opt.width || in.height != opt.height)
+            fail("frame size " + std::to_string(in.width) + "x" + std::to_string(in.height) + " differs from " +
+                 std::to_string(opt.width) + "x" + std::to_string(opt.height));
+        if ((in.depth != 8 && in.depth != 16) || in.rowbytes < size_t(in.width) * 4 * (in.depth / 8) ||
+            in.bytes.size() < in.rowbytes * size_t(in.height))
+            fail("malformed frame buffer");
+        fill_frame(in);
+        frame->pts = written;
+        frame->interlaced_frame = 0;
+        frame->color_range = enc->color_range;
+        frame->colorspace = enc->colorspace;
+        frame->color_primaries = enc->color_primaries;
+        frame->color_trc = enc->color_trc;
+        frame->sample_aspect_ratio = enc->sample_aspect_ratio;
+        const int r = avcodec_send_frame(enc, frame);
+        if (r < 0) fail("encoding failed: " + av_error_text(r));
+        ++written;
+        drain(false);
+        pump_audio(double(written) / opt.frame_rate.value() + 0.5);
+    }
+
+    void finish() {
+        if (finished) return;
+        if (failed) fail("the output is already closed");
+        if (written == 0) {
+            failed = true;
+            out->discard();
+            fail("no frames to write");
+        }
+        int r = avcodec_send_frame(enc, nullptr);
+        if (r < 0) fail("encoding failed: " + av_error_text(r));
+        drain(true);
+        pump_audio(std::numeric_limits<double>::infinity());
+        r = av_write_trailer(fmt);
+        if (r < 0) fail("cannot finish writing: " + av_error_text(r));
+        if (fmt->pb && !(fmt->oformat->flags & AVFMT_NOFILE)) {
+            r = avio_closep(&fmt->pb);
+            if (r < 0) fail("cannot finish writing: " + av_error_text(r));
+        }
+        try {
+            out->commit();
+        } catch (...) {
+            failed = true;
+            throw;
+        }
+        finished = true;
+    }
+};
+
+VideoWriter::VideoWriter(const std::string& path, const WriterOptions& options) : impl_(std::make_unique<Impl>()) {
+    impl_->open(path, options);
+}
+
+VideoWriter::~VideoWriter() = default;
+
+void VideoWriter::write(const HostFrame& frame) { impl_->write(frame); }
+void VideoWriter::finish() { impl_->finish(); }
+OutputKind VideoWriter::kind() const { return impl_->kind; }
+int64_t VideoWriter::frames_written() const { return impl_->written; }
+int VideoWriter::audio_streams_copied() const { return impl_->acopied; }
+const std::string& VideoWriter::audio_notice() const { return impl_->anotice; }
+
+}  // namespace tessen::cli

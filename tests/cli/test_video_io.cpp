@@ -1,0 +1,338 @@
+// Reading clips made by the ffmpeg program and writing every output kind,
+// checked with libavformat and read back.
+#include "cli/pixel_convert.h"
+#include "cli/video_io.h"
+
+#include "test_video_io_util.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/pixdesc.h>
+}
+
+namespace tessen::cli {
+namespace testing {
+
+Probe probe(const std::string& path) {
+    Probe p;
+    AVFormatContext* fmt = nullptr;
+    if (avformat_open_input(&fmt, path.c_str(), nullptr, nullptr) < 0) return p;
+    if (avformat_find_stream_info(fmt, nullptr) >= 0) {
+        const int v = av_find_best_stream(fmt, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+        if (v >= 0) {
+            const AVStream* st = fmt->streams[v];
+            const AVCodecParameters* par = st->codecpar;
+            p.ok = true;
+            p.codec = avcodec_get_name(par->codec_id);
+            const char* pf = av_get_pix_fmt_name(AVPixelFormat(par->format));
+            p.pix_fmt = pf ? pf : "";
+            const char* prof = avcodec_profile_name(par->codec_id, par->profile);
+            p.profile = prof ? prof : "";
+            p.width = par->width;
+            p.height = par->height;
+            p.rate_num = st->avg_frame_rate.num;
+            p.rate_den = st->avg_frame_rate.den;
+            p.color_space = par->color_space;
+            p.color_range = par->color_range;
+            p.primaries = par->color_primaries;
+            p.transfer = par->color_trc;
+            p.field_order = par->field_order;
+            for (unsigned i = 0; i < fmt->nb_streams; ++i)
+                if (fmt->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) ++p.audio_streams;
+            AVPacket* pkt = av_packet_alloc();
+            while (av_read_frame(fmt, pkt) >= 0) {
+                if (pkt->stream_index == v) ++p.packets;
+                av_packet_unref(pkt);
+            }
+            av_packet_free(&pkt);
+        }
+    }
+    avformat_close_input(&fmt);
+    return p;
+}
+
+}  // namespace testing
+
+namespace {
+
+using testing::ffmpeg;
+using testing::ScratchDir;
+namespace fs = std::filesystem;
+
+std::vector<HostFrame> read_all(VideoReader& r, int depth) {
+    std::vector<HostFrame> frames;
+    HostFrame f;
+    while (r.read(f, depth)) frames.push_back(f);
+    return frames;
+}
+
+// Mean of component c over the frame, on the 8-bit scale.
+double mean8(const HostFrame& f, int c) {
+    double sum = 0;
+    for (int y = 0; y < f.height; ++y)
+        for (int x = 0; x < f.width; ++x) sum += testing::value8(f, x, y, c);
+    return sum / (double(f.width) * f.height);
+}
+
+void expect_rgb(const HostFrame& f, double r, double g, double b, double tol, const std::string& what) {
+    EXPECT_NEAR(mean8(f, 1), r, tol) << what;
+    EXPECT_NEAR(mean8(f, 2), g, tol) << what;
+    EXPECT_NEAR(mean8(f, 3), b, tol) << what;
+    EXPECT_NEAR(mean8(f, 0), 255, 0.01) << what;
+}
+
+TEST(FrameRate, CommonRatesAreExact) {
+    EXPECT_EQ(exact_frame_rate(23.976), (Rational{24000, 1001}));
+    EXPECT_EQ(exact_frame_rate(29.97), (Rational{30000, 1001}));
+    EXPECT_EQ(exact_frame_rate(59.94), (Rational{60000, 1001}));
+    EXPECT_EQ(exact_frame_rate(25.0), (Rational{25, 1}));
+    EXPECT_EQ(exact_frame_rate(Rational{2997, 100}).num, 30000);
+    const Rational odd = exact_frame_rate(Rational{150, 10});
+    EXPECT_EQ(odd.num, 15);
+    EXPECT_EQ(odd.den, 1);
+    EXPECT_EQ(exact_frame_rate(Rational{1000, 33}).den, 33);  // not snapped: 30.3
+}
+
+// 8-bit H.264 and 10-bit ProRes sources, read at both working depths.
+TEST(VideoReader, ReadsEightAndTenBitSourcesAtEitherDepth) {
+    ScratchDir dir;
+    const std::string h264 = dir.file("src8.mp4"), prores = dir.file("src10.mov");
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=96x64:rate=30000/1001 -frames:v 6 -c:v libx264 -pix_fmt yuv420p " +
+                       h264));
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=96x64:rate=25 -frames:v 4 -c:v prores_ks -profile:v 3 "
+                       "-pix_fmt yuv422p10le " +
+                       prores));
+    {
+        VideoReader r(h264);
+        const VideoInfo& info = r.info();
+        EXPECT_EQ(info.width, 96);
+        EXPECT_EQ(info.height, 64);
+        EXPECT_EQ(info.frame_rate, (Rational{30000, 1001}));
+        EXPECT_EQ(info.bits_per_component, 8);
+        EXPECT_EQ(info.chroma_shift_x, 1);
+        EXPECT_EQ(info.chroma_shift_y, 1);
+        EXPECT_EQ(info.frame_count, 6);
+        EXPECT_FALSE(info.has_audio);
+        EXPECT_EQ(info.color.matrix, AVCOL_SPC_SMPTE170M);  // untagged SD
+        EXPECT_FALSE(info.color.tagged);
+        const auto frames8 = read_all(r, 8);
+        ASSERT_EQ(frames8.size(), 6u);
+        EXPECT_EQ(frames8[0].depth, 8);
+        EXPECT_EQ(frames8[0].rowbytes, 96u * 4);
+        VideoReader r16(h264);
+        const auto frames16 = read_all(r16, 16);
+        ASSERT_EQ(frames16.size(), 6u);
+        EXPECT_EQ(frames16[0].depth, 16);
+        // same pictures; the 16-bit path only keeps more precision
+        for (int c = 0; c < 4; ++c) EXPECT_NEAR(mean8(frames16[3], c), mean8(frames8[3], c), 0.6) << c;
+    }
+    {
+        VideoReader r(prores);
+        EXPECT_EQ(r.info().bits_per_component, 10);
+        EXPECT_EQ(r.info().frame_rate, (Rational{25, 1}));
+        EXPECT_EQ(r.info().codec_name, "prores");
+        HostFrame f16, f8;
+        ASSERT_TRUE(r.read(f16, 16));
+        ASSERT_TRUE(r.read(f8, 8));
+        EXPECT_EQ(f16.depth, 16);
+        EXPECT_EQ(f8.depth, 8);
+        uint16_t top = 0;
+        for (int y = 0; y < f16.height; ++y)
+            for (int x = 0; x < f16.width; ++x) top = std::max(top, f16.row16(y)[4 * x + 1]);
+        EXPECT_LE(top, 32768);  // never beyond the host's white
+        EXPECT_GT(top, 30000);
+        EXPECT_EQ(read_all(r, 8).size(), 2u);
+        EXPECT_EQ(r.frames_read(), 4);
+    }
+}
+
+// Raw YUV with known values: red in BT.601 and BT.709, limited and full
+// range. Reading with the wrong matrix or range is off by 20 levels or more.
+TEST(VideoReader, ConvertsYuvWithTheTaggedOrUsualMatrixAndRange) {
+    ScratchDir dir;
+    struct Case {
+        const char* name;
+        int w, h;
+        uint8_t y, u, v;
+        const char* tags;
+        bool tagged;
+    };
+    const Case cases[] = {
+        {"sd601", 64, 48, 81, 90, 240, "", false},
+        {"hd709", 1280, 720, 63, 102, 240, "", false},
+        {"sd709tagged", 64, 48, 63, 102, 240, "-colorspace bt709", true},
+        {"sd601full", 64, 48, 76, 85, 255, "-colorspace smpte170m -color_range pc", true},
+    };
+    for (const Case& c : cases) {
+        const std::string raw = dir.file(std::string(c.name) + ".yuv"), mkv = dir.file(std::string(c.name) + ".mkv");
+        {
+            std::ofstream out(raw, std::ios::binary);
+            const size_t n = size_t(c.w) * c.h;
+            out << std::string(n, char(c.y)) << std::string(n, char(c.u)) << std::string(n, char(c.v));
+        }
+        ASSERT_TRUE(ffmpeg("-f rawvideo -pix_fmt yuv444p -s " + std::to_string(c.w) + "x" + std::to_string(c.h) +
+                           " -r 25 -i " + raw + " -c:v ffv1 " + c.tags + " " + mkv))
+            << c.name;
+        VideoReader r(mkv);
+        EXPECT_EQ(r.info().color.tagged, c.tagged) << c.name;
+        HostFrame f;
+        ASSERT_TRUE(r.read(f, 16));
+        expect_rgb(f, 255, 0, 0, 2.5, c.name);
+    }
+}
+
+TEST(VideoReader, ReportsFieldOrderFromTheFile) {
+    ScratchDir dir;
+    struct Case {
+        const char* file;
+        const char* args;
+        FieldOrder expected;
+    };
+    const Case cases[] = {
+        {"bff.mkv", "-c:v ffv1 -field_order bb", FieldOrder::LowerFirst},
+        {"tff.mov", "-c:v prores_ks -field_order tt", FieldOrder::UpperFirst},
+        {"ildct.mp4", "-vf setfield=bff -c:v libx264 -flags +ildct+ilme -x264opts bff=1", FieldOrder::LowerFirst},
+        {"prog.mkv", "-c:v ffv1 -field_order progressive", FieldOrder::Progressive},
+    };
+    for (const Case& c : cases) {
+        const std::string path = dir.file(c.file);
+        ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=64x48:rate=30000/1001 -frames:v 3 " + std::string(c.args) +
+                           " " + path))
+            << c.file;
+        VideoReader r(path);
+        EXPECT_EQ(r.info().field_order, c.expected) << c.file << ": " << field_order_name(r.info().field_order);
+    }
+}
+
+WriterOptions options(int w, int h, int depth, Rational rate) {
+    WriterOptions o;
+    o.width = w;
+    o.height = h;
+    o.depth = depth;
+    o.frame_rate = rate;
+    o.color = default_color_for(h);
+    return o;
+}
+
+TEST(VideoWriter, LosslessOutputReadsBackBitExactAtBothDepths) {
+    ScratchDir dir;
+    for (int depth : {8, 16}) {
+        const std::string path = dir.file("still" + std::to_string(depth) + ".mkv");
+        std::vector<HostFrame> frames;
+        for (unsigned i = 0; i < 3; ++i) frames.push_back(testing::noise_frame(37, 21, depth, 7 + i));
+        {
+            VideoWriter w(path, options(37, 21, depth, {30000, 1001}));
+            for (const auto& f : frames) w.write(f);
+            w.finish();
+            EXPECT_EQ(w.frames_written(), 3);
+        }
+        const testing::Probe p = testing::probe(path);
+        EXPECT_EQ(p.codec, "ffv1");
+        EXPECT_EQ(p.pix_fmt, depth == 8 ? "bgr0" : "gbrp16le");
+        EXPECT_EQ(p.field_order, AV_FIELD_PROGRESSIVE);
+        VideoReader r(path);
+        EXPECT_EQ(r.info().frame_rate, (Rational{30000, 1001}));
+        EXPECT_EQ(r.info().color.matrix, AVCOL_SPC_RGB);
+        EXPECT_EQ(r.info().field_order, FieldOrder::Progressive);
+        const auto back = read_all(r, depth);
+        ASSERT_EQ(back.size(), frames.size());
+        for (size_t i = 0; i < frames.size(); ++i) EXPECT_TRUE(back[i].bytes == frames[i].bytes) << depth << " " << i;
+    }
+}
+
+// ProRes, H.264 and PNG: readable, right size, rate, count, colour tags and
+// progressive; solid colours come back close, which catches matrix mix-ups
+// between SD and HD.
+TEST(VideoWriter, LossyAndImageOutputsCarryTheirDescription) {
+    ScratchDir dir;
+    struct Case {
+        const char* name;
+        int w, h;
+        const char* codec;
+        const char* pix_fmt;
+        double tol;
+    };
+    const Case cases[] = {
+        {"hq.mov", 64, 48, "prores", "yuv422p10le", 1.5},   {"hd.mov", 1280, 720, "prores", "yuv422p10le", 1.5},
+        {"sd.mp4", 64, 48, "h264", "yuv420p", 3.0},         {"hd.mp4", 1280, 720, "h264", "yuv420p", 3.0},
+        {"img_%05d.png", 40, 30, "png", "rgb48be", 0.01},
+    };
+    const int colours[][3] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, {200, 120, 40}};
+    const Rational rate{24000, 1001};
+    for (const Case& c : cases) {
+        const std::string path = dir.file(c.name);
+        {
+            VideoWriter w(path, options(c.w, c.h, 16, rate));
+            for (const auto& col : colours) w.write(testing::solid_frame(c.w, c.h, 16, col[0], col[1], col[2]));
+            w.finish();
+        }
+        const bool png = std::string(c.codec) == "png";
+        const std::string first = png ? dir.file("img_00001.png") : path;
+        const testing::Probe p = testing::probe(first);
+        ASSERT_TRUE(p.ok) << c.name;
+        EXPECT_EQ(p.codec, c.codec) << c.name;
+        EXPECT_EQ(p.pix_fmt, c.pix_fmt) << c.name;
+        EXPECT_EQ(p.width, c.w);
+        EXPECT_EQ(p.height, c.h);
+        if (png) {
+            EXPECT_TRUE(fs::exists(dir.file("img_00004.png")));
+            EXPECT_FALSE(fs::exists(dir.file("img_00005.png")));
+        } else {
+            EXPECT_EQ(p.packets, 4) << c.name;
+            EXPECT_EQ(p.rate_num * 1001, p.rate_den * 24000) << c.name << " " << p.rate_num << "/" << p.rate_den;
+            EXPECT_EQ(p.field_order, AV_FIELD_PROGRESSIVE) << c.name;
+            const bool hd = c.h >= 720;
+            EXPECT_EQ(p.color_space, hd ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M) << c.name;
+            EXPECT_EQ(p.primaries, hd ? AVCOL_PRI_BT709 : AVCOL_PRI_SMPTE170M) << c.name;
+            EXPECT_EQ(p.transfer, AVCOL_TRC_BT709) << c.name;
+            EXPECT_EQ(p.color_range, AVCOL_RANGE_MPEG) << c.name;
+        }
+        if (std::string(c.codec) == "prores") {
+            EXPECT_EQ(p.profile, "HQ");
+        }
+        VideoReader r(path == first ? path : dir.file("img_%05d.png"));
+        const auto back = read_all(r, 16);
+        ASSERT_EQ(back.size(), 4u) << c.name;
+        for (size_t i = 0; i < 4; ++i)
+            expect_rgb(back[i], colours[i][0], colours[i][1], colours[i][2], c.tol,
+                       std::string(c.name) + " colour " + std::to_string(i));
+    }
+}
+
+TEST(VideoWriter, CarriesAudioOverOrSaysWhyNot) {
+    ScratchDir dir;
+    const std::string src = dir.file("with_audio.mov");
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=64x48:rate=25 -f lavfi -i sine=frequency=440:sample_rate=48000 "
+                       "-t 0.4 -c:v prores_ks -c:a pcm_s16le " +
+                       src));
+    VideoReader r(src);
+    EXPECT_TRUE(r.info().has_audio);
+    const auto frames = read_all(r, 8);
+    ASSERT_EQ(frames.size(), 10u);
+    for (const char* name : {"a.mov", "a.mkv", "a.mp4"}) {
+        WriterOptions o = options(64, 48, 8, {25, 1});
+        o.audio_source = src;
+        VideoWriter w(dir.file(name), o);
+        for (const auto& f : frames) w.write(f);
+        w.finish();
+        const testing::Probe p = testing::probe(dir.file(name));
+        EXPECT_EQ(p.packets, 10) << name;
+        if (std::string(name) == "a.mp4") {  // mp4 holds no PCM
+            EXPECT_EQ(w.audio_streams_copied(), 0);
+            EXPECT_NE(w.audio_notice().find("pcm_s16le"), std::string::npos) << w.audio_notice();
+            EXPECT_EQ(p.audio_streams, 0);
+        } else {
+            EXPECT_EQ(w.audio_streams_copied(), 1) << name;
+            EXPECT_TRUE(w.audio_notice().empty()) << w.audio_notice();
+            EXPECT_EQ(p.audio_streams, 1) << name;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tessen::cli
