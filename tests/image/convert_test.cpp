@@ -1,0 +1,296 @@
+#include <emmintrin.h>
+
+#include <cmath>
+#include <cstdint>
+
+#include "image/cpu_features.h"
+#include "image_test_support.h"
+
+namespace {
+
+class ConvertTest : public ImageTest {};
+
+const float kFrom8 = 0.003921569f;
+
+// An integer buffer whose rows start `misalign` bytes past a 16-byte
+// boundary, followed by nothing the test does not own.
+template <typename T>
+struct IntBuffer {
+    // operator new gives 16-byte aligned storage; the rows start `misalign`
+    // bytes into it and the allocation ends with the last row.
+    IntBuffer(A_long w, A_long h, size_t misalign, size_t extra_row_bytes = 0)
+        : rowbytes(static_cast<A_u_long>(w * 4 * sizeof(T) + extra_row_bytes)),
+          offset(misalign),
+          size(misalign + static_cast<size_t>(rowbytes) * h),
+          storage(new unsigned char[size])
+    {
+    }
+    T* data() { return reinterpret_cast<T*>(storage.get() + offset); }
+    T* row(A_long y) { return reinterpret_cast<T*>(storage.get() + offset + rowbytes * y); }
+    std::vector<unsigned char> bytes() const { return std::vector<unsigned char>(storage.get(), storage.get() + size); }
+    void set(unsigned char v) { std::fill(storage.get(), storage.get() + size, v); }
+    template <typename G>
+    void randomize(G& g)
+    {
+        for (size_t i = 0; i < size; ++i) storage[i] = static_cast<unsigned char>(g());
+    }
+    A_u_long rowbytes;
+    size_t offset;
+    size_t size;
+    std::unique_ptr<unsigned char[]> storage;
+};
+
+TEST_F(ConvertTest, FromIntegerVariantsAgreeAndLeaveTheSourceAlone)
+{
+    for (A_long w : {1, 3, 4, 5, 17, 33}) {
+        for (size_t misalign : {0, 3, 8, 13}) {
+            IntBuffer<A_u_char> b8(w, 3, misalign, 3);
+            IntBuffer<A_u_short> b16(w, 3, misalign & ~size_t(1), 2);
+            b8.randomize(rng_);
+            b16.randomize(rng_);
+            const auto src8 = b8.bytes();
+            const auto src16 = b16.bytes();
+
+            CVFloatWorld r(w, 3), s(w, 3);
+            fill_random(r, rng_, 0, 1);
+            copy_block(r, s);
+            Access::from8_regular(r, b8.rowbytes, b8.data());
+            Access::from8_simd(s, b8.rowbytes, b8.data());
+            EXPECT_TRUE(blocks_equal(r, s)) << w << " " << misalign << " " << first_difference(r, s, 1);
+            EXPECT_EQ(b8.bytes(), src8);
+            for (A_long y = 0; y < 3; ++y) {
+                for (A_long i = 0; i < 4 * w; ++i) {
+                    ASSERT_TRUE(same_bits(r.data_row_ptr(y)[i], static_cast<float>(b8.row(y)[i]) * kFrom8));
+                }
+            }
+
+            Access::from16_regular(r, b16.rowbytes, b16.data());
+            Access::from16_simd(s, b16.rowbytes, b16.data());
+            EXPECT_TRUE(blocks_equal(r, s)) << w << " " << misalign;
+            EXPECT_EQ(b16.bytes(), src16);
+            for (A_long i = 0; i < 4 * w; ++i) {
+                ASSERT_EQ(r.data_row_ptr(2)[i], static_cast<float>(b16.row(2)[i]) / 32768.0f);
+            }
+        }
+    }
+}
+
+TEST_F(ConvertTest, RegularPathTruncatesAndWraps)
+{
+    CVFloatWorld f(2, 1);
+    A_u_char b[8] = {255, 128, 0, 1, 254, 2, 3, 4};
+    Access::from8_regular(f, 8, b);
+    EXPECT_EQ(f.data_ptr()[0], 1.0f);
+    EXPECT_EQ(f.data_ptr()[1], 0.5019608f);
+
+    float* d = f.data_ptr();
+    const float in[8] = {1.0f, 0.5019608f, 1.5f, 0.999f, -0.5f, 0.5f, 0.0f, 2.0f};
+    std::copy(in, in + 8, d);
+    A_u_char out[8] = {};
+    Access::to8_regular(f, 2, 1, 8, out);
+    // 1.5 * 255 = 382.5 -> 382 -> low byte 126; -127.5 -> -127 -> 0x81.
+    EXPECT_EQ(std::vector<int>(out, out + 8), (std::vector<int>{255, 128, 126, 254, 129, 127, 0, 254}));
+
+    A_u_short w16[8] = {32768, 16384, 0, 65535, 1, 2, 3, 4};
+    Access::from16_regular(f, 16, w16);
+    EXPECT_EQ(d[0], 1.0f);
+    EXPECT_EQ(d[3], 65535.0f / 32768.0f);
+    d[2] = 3.0f;        // 98304 -> low 16 bits 32768
+    d[4] = -0.5f;       // -16384 -> 0xC000
+    A_u_short o16[8] = {};
+    Access::to16_regular(f, 2, 1, 16, o16);
+    EXPECT_EQ(std::vector<int>(o16, o16 + 5), (std::vector<int>{32768, 16384, 32768, 65535, 0xC000}));
+}
+
+TEST_F(ConvertTest, SimdSixteenBitRoundsAndSaturates)
+{
+    CVFloatWorld f(2, 1);
+    float* d = f.data_ptr();
+    const float in[8] = {1.0f, 0.5f, 3.0f, -2.0f, -0.5f, 1.5f / 32768.0f, 2.5f / 32768.0f, 0.99999f};
+    std::copy(in, in + 8, d);
+    A_u_short o16[8] = {};
+    Access::to16_simd(f, 2, 1, 16, o16);
+    EXPECT_EQ(std::vector<int>(o16, o16 + 8),
+              (std::vector<int>{32767, 16384, 32767, 0x8000, 0xC000, 2, 2, 32767}));
+}
+
+// The pixel after the last of an odd count is written from the image's
+// padding, by both variants; the one after that is not.
+TEST_F(ConvertTest, SixteenBitWritesOnePixelPastAnOddWidth)
+{
+    for (int simd = 0; simd < 2; ++simd) {
+        CVFloatWorld f(3, 2);
+        fill_random(f, rng_, 0, 0.5f);
+        for (A_long y = 0; y < 2; ++y) {
+            f.pixel_at_point(3, y)->red = 0.25f;
+        }
+        IntBuffer<A_u_short> buf(5, 2, 0);
+        buf.set(0xEE);
+        if (simd) {
+            Access::to16_simd(f, 3, 2, buf.rowbytes, buf.data());
+        } else {
+            Access::to16_regular(f, 3, 2, buf.rowbytes, buf.data());
+        }
+        for (A_long y = 0; y < 2; ++y) {
+            EXPECT_EQ(buf.row(y)[3 * 4 + 1], 8192) << simd;
+            EXPECT_EQ(buf.row(y)[4 * 4 + 1], 0xEEEE) << simd;
+        }
+        // The pixel count is min(width, w): w = 1 writes pixels 0 and 1.
+        buf.set(0xEE);
+        if (simd) {
+            Access::to16_simd(f, 1, 1, buf.rowbytes, buf.data());
+        } else {
+            Access::to16_regular(f, 1, 1, buf.rowbytes, buf.data());
+        }
+        EXPECT_NE(buf.row(0)[4 + 1], 0xEEEE);
+        EXPECT_EQ(buf.row(0)[8 + 1], 0xEEEE);
+        EXPECT_EQ(buf.row(1)[1], 0xEEEE);
+    }
+}
+
+// What the SIMD 8-bit path writes for channel i of a row whose destination
+// starts `misalign` bytes past a 16-byte boundary: truncation and wrap up
+// to the first boundary and after the last whole block, rounding to even
+// and saturation in between.
+std::vector<int> simd8_model(const float* v, size_t n, size_t misalign)
+{
+    const size_t head = std::min(n, (16 - misalign % 16) % 16);
+    const size_t blocks = (n - head) / 16;
+    std::vector<int> out(n);
+    for (size_t i = 0; i < n; ++i) {
+        const float x = v[i] * 255.0f;
+        if (i >= head && i < head + blocks * 16) {
+            const int r = static_cast<int>(std::nearbyint(x));
+            out[i] = std::min(255, std::max(0, r));
+        } else {
+            out[i] = static_cast<int>(static_cast<std::uint32_t>(_mm_cvttss_si32(_mm_set_ss(x))) & 0xFF);
+        }
+    }
+    return out;
+}
+
+TEST_F(ConvertTest, SimdEightBitRoundsOnlyTheAlignedMiddle)
+{
+    // All 0.5: 127.5 truncates to 127 at the ends, rounds to even 128 inside.
+    CVFloatWorld f(8, 1);
+    f.fill(tPixel{0.5f, 0.5f, 0.5f, 0.5f});
+    IntBuffer<A_u_char> buf(8, 1, 5);
+    Access::to8_simd(f, 8, 1, buf.rowbytes, buf.data());
+    std::vector<int> got(buf.data(), buf.data() + 32);
+    std::vector<int> want(32, 127);
+    std::fill(want.begin() + 11, want.begin() + 27, 128);
+    EXPECT_EQ(got, want);
+
+    // Random values in and out of range, every alignment, odd widths.
+    for (A_long w : {1, 3, 4, 5, 9, 30}) {
+        for (size_t misalign = 0; misalign < 16; ++misalign) {
+            CVFloatWorld g(w, 2);
+            fill_random(g, rng_, -0.5f, 1.5f);
+            IntBuffer<A_u_char> b(w, 2, misalign, 4);
+            b.set(0xAB);
+            // w is not applied: the whole image width is written.
+            Access::to8_simd(g, 1, 2, b.rowbytes, b.data());
+            for (A_long y = 0; y < 2; ++y) {
+                const std::vector<int> m =
+                    simd8_model(g.data_row_ptr(y), 4 * w, reinterpret_cast<std::uintptr_t>(b.row(y)) % 16);
+                ASSERT_EQ(std::vector<int>(b.row(y), b.row(y) + 4 * w), m) << w << " " << misalign;
+                for (int i = 0; i < 4; ++i) {
+                    ASSERT_EQ(b.row(y)[4 * w + i], 0xAB);  // row pitch slack untouched
+                }
+            }
+        }
+    }
+}
+
+TEST_F(ConvertTest, VariantsRoundTripInRangeBytes)
+{
+    // Every byte value survives float and back on the regular path, and on
+    // the SIMD path for the aligned middle and the truncated ends alike.
+    CVFloatWorld f(64, 1);
+    IntBuffer<A_u_char> in(64, 1, 0), out1(64, 1, 0), out2(64, 1, 7);
+    for (int i = 0; i < 256; ++i) {
+        in.data()[i] = static_cast<A_u_char>(i);
+    }
+    Access::from8_simd(f, in.rowbytes, in.data());
+    Access::to8_regular(f, 64, 1, out1.rowbytes, out1.data());
+    Access::to8_simd(f, 64, 1, out2.rowbytes, out2.data());
+    for (int i = 0; i < 256; ++i) {
+        EXPECT_EQ(out1.data()[i], i);
+        EXPECT_EQ(out2.data()[i], i);
+    }
+}
+
+TEST_F(ConvertTest, PublicOperationsFollowTheCapabilityTest)
+{
+    CVFloatWorld f(5, 2);
+    fill_random(f, rng_, -0.5f, 1.5f);
+    IntBuffer<A_u_char> a(6, 2, 3), b(6, 2, 3);
+    a.set(0);
+    b.set(0);
+    f.copy_to_8bit_integer_world(5, 2, a.rowbytes, a.data());
+    if (cpu_has_simd()) {
+        Access::to8_simd(f, 5, 2, b.rowbytes, b.data());
+    } else {
+        Access::to8_regular(f, 5, 2, b.rowbytes, b.data());
+    }
+    EXPECT_EQ(a.bytes(), b.bytes());
+}
+
+TEST_F(ConvertTest, HostLayersUseTheRectangleOrTheExtentHint)
+{
+    // A 16 x 4 8-bit layer whose pixel (x, y) holds channels (x, y, 7, 9).
+    const A_long lw = 16, lh = 4;
+    std::vector<PF_Pixel> pixels(lw * lh);
+    for (A_long y = 0; y < lh; ++y) {
+        for (A_long x = 0; x < lw; ++x) {
+            pixels[y * lw + x] = PF_Pixel{static_cast<A_u_char>(x), static_cast<A_u_char>(y), 7, 9};
+        }
+    }
+    PF_LayerDef layer{};
+    layer.data = pixels.data();
+    layer.rowbytes = lw * 4;
+    layer.width = lw;
+    layer.height = lh;
+    layer.extent_hint = PF_UnionableRect{2, 1, 7, 3};
+
+    CVFloatWorld from_hint(layer);
+    ASSERT_EQ(from_hint.width(), 5);
+    ASSERT_EQ(from_hint.height(), 2);
+    EXPECT_EQ(from_hint.pixel_at_point(0, 0)->alpha, 2 * kFrom8);
+    EXPECT_EQ(from_hint.pixel_at_point(4, 1)->red, 2 * kFrom8);
+
+    CVFloatWorld f(4, 2);
+    const PF_LRect rect{10, 2, 14, 4};
+    f.copy_from_PF_World(layer, &rect);
+    EXPECT_EQ(f.pixel_at_point(0, 0)->alpha, 10 * kFrom8);
+    EXPECT_EQ(f.pixel_at_point(3, 1)->red, 3 * kFrom8);
+
+    // Back into another place of the layer; nothing outside it changes.
+    const auto before = pixels;
+    const PF_LRect to{0, 0, 4, 1};
+    f.copy_to_PF_World(layer, &to);
+    EXPECT_EQ(pixels[0].alpha, 10);
+    EXPECT_EQ(pixels[3].alpha, 13);
+    EXPECT_EQ(pixels[3].red, 2);
+    for (A_long i = 4; i < lw * lh; ++i) {
+        EXPECT_EQ(pixels[i].alpha, before[i].alpha);
+    }
+
+    // The deep flag switches to 16-bit pixels.
+    std::vector<PF_Pixel16> deep(lw * lh);
+    for (A_long i = 0; i < lw * lh; ++i) {
+        deep[i] = PF_Pixel16{static_cast<A_u_short>(1000 + i), 32768, 0, 16384};
+    }
+    PF_LayerDef dl{};
+    dl.world_flags = PF_WorldFlag_DEEP;
+    dl.data = reinterpret_cast<PF_Pixel*>(deep.data());
+    dl.rowbytes = lw * 8;
+    dl.extent_hint = PF_UnionableRect{1, 2, 5, 4};
+    CVFloatWorld g(4, 2);
+    g.copy_from_PF_World(dl, nullptr);
+    EXPECT_EQ(g.pixel_at_point(0, 0)->alpha, (1000 + 2 * lw + 1) / 32768.0f);
+    EXPECT_EQ(g.pixel_at_point(0, 0)->red, 1.0f);
+    EXPECT_EQ(g.pixel_at_point(2, 1)->blue, 0.5f);
+}
+
+}  // namespace
