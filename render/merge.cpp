@@ -1,0 +1,183 @@
+#include "render/merge.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+#include "image/cpu_features.h"
+
+namespace {
+
+void Set(float* p, float a, float r, float g, float b) {
+    p[0] = a;
+    p[1] = r;
+    p[2] = g;
+    p[3] = b;
+}
+
+void Check(bool ok, const char* what) {
+    if (!ok) throw std::invalid_argument(std::string("Merge: ") + what);
+}
+
+// Everything the walk needs beyond the images, fixed for one call.
+struct Walk {
+    const MergeKernels& kernels;
+    const RenderSettings& settings;
+    const CVFloatWorld& field0;
+    const CVFloatWorld& fieldPlus1;
+    bool upper;
+    const CVGradientWorld& gradient;
+    const CVDifferenceWorld& difference;
+    const CVFloatWorld& field0Copy;
+    const CVFloatWorld& prepared;
+    CVFloatWorld& output;
+    long width;
+    long rows;  // rows the pattern windows are clamped to
+};
+
+// The offset k in -span .. min(span, width - 1 - x) whose weighted score is
+// highest, later (larger) offsets winning ties. A NaN score (a window flat
+// in some channel) never wins; when every offset scores NaN the match goes
+// straight down.
+void Search(const Walk& w, long x, long y, long& bestK, float& bestScore) {
+    const long span = w.settings.searchSpan;
+    const long last = std::min(span, w.width - 1 - x);
+    const float* a = w.field0Copy.data_at_point(x, y);
+    const float* meanA = w.prepared.data_at_point(x, y);
+    const float* rowB = w.field0Copy.data_row_ptr(y + 1);
+    const float* rowMeanB = w.prepared.data_row_ptr(y + 1);
+    const unsigned long rowbytes = w.field0Copy.rowbytes();
+    bool found = false;
+    bestK = 0;
+    bestScore = std::numeric_limits<float>::quiet_NaN();
+    for (long k = -span; k <= last; ++k) {
+        const float weight = 1.0f - static_cast<float>(std::labs(k)) / static_cast<float>(span);
+        // Columns left of 0 address the previous row's tail (flat row layout).
+        const float s = weight * w.kernels.patternScore(w.field0Copy, a, meanA, rowB + (x + k) * 4,
+                                                        rowMeanB + (x + k) * 4,
+                                                        w.settings.patternSize, 2, rowbytes, x,
+                                                        w.width, y, w.rows);
+        if (s != s) continue;
+        if (!found || s >= bestScore) {
+            found = true;
+            bestK = k;
+            bestScore = s;
+        }
+    }
+}
+
+void MergeRow(const Walk& w, long y) {
+    const A_long show = w.settings.show;
+    const long W = w.width;
+    const long r0 = 2 * y + (w.upper ? 0 : 1);
+    const long r1 = r0 + 1;
+    const float* P = w.field0.data_row_ptr(y);
+    float* O = w.output.data_row_ptr(r0);
+    float* below = w.output.data_row_ptr(r1);
+    const float* g = w.gradient.row_ptr(y);
+    const float* d = w.difference.row_ptr(y);
+
+    MatchPoint previous{0.0f, 0.0f, 0.0f, 10.0f};
+    long segmentStart = 0;
+    for (long x = 0; x < W; ++x) {
+        const float m = d[x];
+        const float* p = P + x * 4;
+        float* o = O + x * 4;
+        bool candidate = false;
+        if (m != 0.0f) {
+            if (show == kShowSource) {
+                Set(o, 1.0f, 0.5f, 0.0f, 0.0f);
+            } else if (show == kShowVectorMagnitudes) {
+                Set(o, 1.0f, 0.0f, 0.0f, 0.0f);
+            } else {
+                for (int c = 1; c < 4; ++c) o[c] = m * p[c] + (1.0f - m) * o[c];
+            }
+            candidate = g[x] != 0.0f;
+        } else {
+            for (int c = 0; c < 4; ++c) o[c] = p[c];
+        }
+        if (previous.end > static_cast<float>(W)) break;
+        if (!candidate) continue;
+
+        long k;
+        float score;
+        Search(w, x, y, k, score);
+        const long mx = std::max(0L, std::min(x + k, W - 1));
+        const MatchPoint current{static_cast<float>(x), static_cast<float>(mx),
+                                 static_cast<float>(x + mx) * 0.5f, score};
+
+        if (show == kShowResult || show == kShowSource) {
+            w.kernels.fillSegment(w.upper, show == kShowResult, y, segmentStart, previous, current,
+                                  w.field0, w.fieldPlus1, d + segmentStart,
+                                  below + segmentStart * 4);
+        } else if (show == kShowMatchPoints) {
+            Set(o, 1.0f, 1.0f, 0.0f, 0.0f);
+            Set(below + (x + k) * 4, 1.0f, 0.0f, 1.0f, 0.0f);
+        } else if (show == kShowVectorMagnitudes) {
+            const float v = static_cast<float>(std::labs(k)) * 0.9f /
+                                static_cast<float>(w.settings.searchSpan) +
+                            0.1f;
+            if (k >= 0) {
+                Set(o, 1.0f, 0.0f, v, 0.0f);
+                Set(below + x * 4, 1.0f, 0.0f, v, 0.0f);
+            } else {
+                Set(o, 1.0f, 0.0f, 0.0f, v);
+                Set(below + x * 4, 1.0f, 0.0f, 0.0f, v);
+            }
+        }
+        segmentStart += static_cast<long>(current.midpoint) - static_cast<long>(previous.midpoint);
+        previous = current;
+    }
+
+    const float end = static_cast<float>(W);
+    const MatchPoint last{end, end, end, end};
+    w.kernels.fillSegment(w.upper, show == kShowResult, y, segmentStart, previous, last, w.field0,
+                          w.fieldPlus1, d + segmentStart, below + segmentStart * 4);
+}
+
+}  // namespace
+
+MergeKernels MergeKernelsFor(bool simd) {
+    if (simd) return MergeKernels{PatternScore_simd, FillSegment_simd};
+    return MergeKernels{PatternScore_regular, FillSegment_regular};
+}
+
+void Merge(const RenderSettings& settings, const CVFloatWorld& field0,
+           const CVFloatWorld& fieldPlus1, bool upper, const CVGradientWorld& gradient,
+           const CVDifferenceWorld& difference, const CVFloatWorld& field0Copy,
+           const CVFloatWorld& prepared, CVFloatWorld& output, long firstRow, long rowCount) {
+    MergeWith(MergeKernelsFor(cpu_has_simd()), settings, field0, fieldPlus1, upper, gradient,
+              difference, field0Copy, prepared, output, firstRow, rowCount);
+}
+
+void MergeWith(const MergeKernels& kernels, const RenderSettings& settings,
+               const CVFloatWorld& field0, const CVFloatWorld& fieldPlus1, bool upper,
+               const CVGradientWorld& gradient, const CVDifferenceWorld& difference,
+               const CVFloatWorld& field0Copy, const CVFloatWorld& prepared,
+               CVFloatWorld& output, long firstRow, long rowCount) {
+    const long W = field0.width();
+    const long endRow = firstRow + rowCount;
+    Check(firstRow >= 0 && rowCount >= 0, "negative row range");
+    Check(settings.patternSize >= 1 && settings.searchSpan >= 1, "empty pattern or search span");
+    // The windows and the match marks reach up to searchSpan columns left of
+    // a row's start, into the previous row; the frame must be wide enough.
+    Check(W >= settings.searchSpan + settings.patternSize, "field narrower than the search");
+    if (rowCount < 2) return;  // no row has a line below it
+    Check(field0.height() >= endRow && field0Copy.height() >= endRow &&
+              prepared.height() >= endRow,
+          "field shorter than the row range");
+    Check(field0Copy.width() == W && prepared.width() == W && fieldPlus1.width() == W,
+          "fields of different widths");
+    Check(fieldPlus1.height() >= 1, "empty next field");
+    Check(gradient.width == W && difference.width == W, "analysis images of another width");
+    Check(gradient.height >= endRow - 1 && difference.height >= endRow - 1,
+          "analysis images shorter than the row range");
+    Check(output.width() >= W && output.height() >= 2 * (endRow - 1) + (upper ? 0 : 1),
+          "output frame too small for the field");
+
+    const Walk w{kernels, settings, field0,   fieldPlus1, upper, gradient, difference,
+                 field0Copy, prepared, output, W, endRow};
+    for (long y = firstRow; y < endRow - 1; ++y) MergeRow(w, y);
+}

@@ -1,0 +1,129 @@
+// Deartifacting: chroma median under the original brightness.
+#include "headless/inproc/scoped_host.h"
+#include "render/deartifact.h"
+#include "test_merge_support.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+using namespace merge_test;
+
+float Luma(const Pixel& p) { return 0.299f * p[1] + 0.587f * p[2] + 0.114f * p[3]; }
+
+using DeartifactFn = void (*)(long, CVFloatWorld&, CVFloatWorld&);
+const DeartifactFn kBuilds[] = {Deartifact_regular, Deartifact_simd};
+
+class DeartifactTest : public ::testing::Test {
+protected:
+    headless::ScopedHostContext context_;
+    std::mt19937 rng_{7};
+};
+
+TEST_F(DeartifactTest, BuildsAgreeBitForBitAndLeavePaddingAlone) {
+    CVFloatWorld original(37, 23), a(37, 23), b(37, 23), scratchA(37, 23), scratchB(37, 23);
+    for (float lo : {0.0f, -0.3f}) {
+        FillRandom(original, rng_, lo, 1.0f - lo);
+        const std::vector<float> before = Snapshot(original);
+        for (long popup : {2L, 3L, 4L}) {
+            CopyPixels(before, a);
+            CopyPixels(before, b);
+            Deartifact_regular(popup, a, scratchA);
+            Deartifact_simd(popup, b, scratchB);
+            const std::vector<float> got = Snapshot(a);
+            ASSERT_TRUE(SameBits(got, Snapshot(b))) << "popup " << popup;
+            EXPECT_FALSE(SameBits(got, before));
+            for (long y = 0; y < 23; ++y)
+                for (long x = 37; x < 40; ++x) ASSERT_EQ(At(a, x, y), At(original, x, y));
+        }
+    }
+}
+
+TEST_F(DeartifactTest, KeepsLumaAndAlphaAndClipsIntoRange) {
+    CVFloatWorld image(30, 20), scratch(30, 20);
+    for (DeartifactFn fn : kBuilds)
+        for (long popup : {2L, 3L, 4L}) {
+            FillRandom(image, rng_);
+            const std::vector<float> before = Snapshot(image);
+            fn(popup, image, scratch);
+            for (long y = 0; y < 20; ++y)
+                for (long x = 0; x < 30; ++x) {
+                    const float* o = before.data() + (y * image.rowbytes() / 16 + x) * 4;
+                    const Pixel was{o[0], o[1], o[2], o[3]};
+                    const Pixel now = At(image, x, y);
+                    ASSERT_EQ(Bits(now[0]), Bits(was[0]));
+                    ASSERT_NEAR(Luma(now), Luma(was), 2e-6f) << x << "," << y;
+                    for (int c = 1; c < 4; ++c) {
+                        ASSERT_GE(now[c], -1e-6f);
+                        ASSERT_LE(now[c], 1.0f + 1e-6f);
+                    }
+                }
+        }
+}
+
+TEST_F(DeartifactTest, GreyComesBackUnchanged) {
+    CVFloatWorld image(16, 12), scratch(16, 12);
+    std::uniform_real_distribution<float> u(0.0f, 1.0f);
+    for (DeartifactFn fn : kBuilds)
+        for (long popup : {2L, 3L, 4L}) {
+            for (long y = 0; y < 12; ++y)
+                for (long x = 0; x < 16; ++x) {
+                    const float v = u(rng_);
+                    Put(image, x, y, Pixel{u(rng_), v, v, v});
+                }
+            const std::vector<float> before = Snapshot(image);
+            fn(popup, image, scratch);
+            const std::vector<float> after = Snapshot(image);
+            for (size_t i = 0; i < before.size(); ++i)
+                ASSERT_NEAR(after[i], before[i], 1e-6f) << i;
+        }
+}
+
+TEST_F(DeartifactTest, NoneAndUnknownValuesTouchNothing) {
+    CVFloatWorld image(9, 9), scratch(9, 9);
+    FillRandom(image, rng_);
+    FillRandom(scratch, rng_);
+    const std::vector<float> before = Snapshot(image), scratchBefore = Snapshot(scratch);
+    for (DeartifactFn fn : {Deartifact_regular, Deartifact_simd, Deartifact})
+        for (long popup : {1L, 0L, 5L, -1L}) {
+            fn(popup, image, scratch);
+            EXPECT_TRUE(SameBits(Snapshot(image), before)) << popup;
+            EXPECT_TRUE(SameBits(Snapshot(scratch), scratchBefore)) << popup;
+        }
+    EXPECT_EQ(DeartifactMode(1), 0);
+    EXPECT_EQ(DeartifactMode(2), 1);
+    EXPECT_EQ(DeartifactMode(3), 2);
+    EXPECT_EQ(DeartifactMode(4), 3);
+}
+
+// One pixel in a field of another colour: the median takes the field's
+// colour, which under the pixel's own luma leaves the range and is pulled
+// back toward grey until the extreme channel sits on the bound.
+TEST_F(DeartifactTest, OutOfRangeColourIsPulledToGreyAtConstantLuma) {
+    struct Case {
+        Pixel field, centre;
+        int boundChannel;
+        float bound;
+    };
+    const Case cases[] = {
+        {{1, 1, 0, 0}, {0.5f, 0.2f, 1, 1}, 1, 1.0f},    // red under a bright pixel: above 1
+        {{1, 0, 0, 1}, {0.25f, 0.1f, 0.1f, 0.1f}, 1, 0.0f},  // blue under a dark one: below 0
+    };
+    CVFloatWorld image(5, 5), scratch(5, 5);
+    for (DeartifactFn fn : kBuilds)
+        for (const Case& c : cases) {
+            FillAll(image, c.field);
+            Put(image, 2, 2, c.centre);
+            fn(2, image, scratch);
+            const Pixel got = At(image, 2, 2);
+            EXPECT_EQ(got[0], c.centre[0]);
+            EXPECT_NEAR(Luma(got), Luma(c.centre), 1e-6f);
+            EXPECT_NEAR(got[c.boundChannel], c.bound, 1e-6f);
+            EXPECT_GE(std::min({got[1], got[2], got[3]}), -1e-6f);
+            EXPECT_LE(std::max({got[1], got[2], got[3]}), 1.0f + 1e-6f);
+        }
+}
+
+}  // namespace
