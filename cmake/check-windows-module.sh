@@ -15,5 +15,10 @@ for d in $dlls; do
 done
 if [ -f "$(dirname "$mod")/pipl-required" ]; then
   x86_64-w64-mingw32-objdump -h "$mod" | grep -q '\.rsrc' || { echo "$mod has no resource section"; exit 1; }
+  # The type name is stored as UTF-16 "PIPL" (4 characters) in the resource
+  # directory; the record itself starts with its vendor code "MIB8".
+  rsrc=$(x86_64-w64-mingw32-objdump -s -j .rsrc "$mod" | awk 'NR > 4 { print substr($0, length($0) - 15) }' | tr -d '\n')
+  grep -q 'P.I.P.L' <<<"$rsrc" || { echo "$mod has no PIPL resource"; exit 1; }
+  grep -q 'MIB8' <<<"$rsrc" || { echo "$mod: the PIPL resource holds no property record"; exit 1; }
 fi
 echo "$mod: exports EntryPointFunc, imports only: $(echo $dlls | tr '\n' ' ')"
