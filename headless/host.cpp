@@ -1,6 +1,8 @@
 // The headless host: suites, handles, PF records and parameter recorders.
 #include "headless/host.h"
 
+#include "headless/world.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cmath>
@@ -447,6 +449,57 @@ struct Host::Impl {
     static PF_Err Abort(PF_ProgPtr) { return PF_Err_NONE; }
     static PF_Err Progress(PF_ProgPtr, A_long, A_long) { return PF_Err_NONE; }
 
+    static PF_Err Copy(PF_ProgPtr ref, PF_EffectWorld* src, PF_EffectWorld* dst, PF_Rect* src_r, PF_Rect* dst_r) {
+        Host* h = host_for(ref, "copy");
+        if (!h) return PF_Err_BAD_CALLBACK_PARAM;
+        const PF_Err err = copy_rect(src, dst, src_r, dst_r);
+        if (err) h->report_problem("copy between worlds of different depth or without pixels");
+        return err;
+    }
+
+    static PF_Err Fill(PF_ProgPtr ref, const PF_Pixel* color, const PF_Rect* rect, PF_EffectWorld* world) {
+        Host* h = host_for(ref, "fill");
+        if (!h) return PF_Err_BAD_CALLBACK_PARAM;
+        const PF_Err err = fill_rect8(color, rect, world);
+        if (err) h->report_problem("fill of a world without pixels");
+        return err;
+    }
+
+    static PF_Err Fill16(PF_ProgPtr ref, const PF_Pixel16* color, const PF_Rect* rect, PF_EffectWorld* world) {
+        Host* h = host_for(ref, "fill16");
+        if (!h) return PF_Err_BAD_CALLBACK_PARAM;
+        const PF_Err err = fill_rect16(color, rect, world);
+        if (err) h->report_problem("fill16 of a world without pixels");
+        return err;
+    }
+
+    static PF_Err NewWorld(PF_ProgPtr ref, A_long w, A_long ht, PF_NewWorldFlags flags, PF_EffectWorld* world) {
+        Host* h = host_for(ref, "new_world");
+        if (!h) return PF_Err_BAD_CALLBACK_PARAM;
+        if (!world || w <= 0 || ht <= 0 || w > PF_MAX_WORLD_WIDTH || ht > PF_MAX_WORLD_HEIGHT) {
+            h->report_problem("new_world with a bad size or null record");
+            return PF_Err_BAD_CALLBACK_PARAM;
+        }
+        std::lock_guard<std::recursive_mutex> lock(h->mutex_);
+        if (!h->take_allocation_slot()) return PF_Err_OUT_OF_MEMORY;
+        auto owned = std::make_unique<World>(w, ht, (flags & PF_NewWorldFlag_DEEP_PIXELS) != 0);
+        *world = owned->def();
+        h->worlds_[world->data] = std::move(owned);
+        return PF_Err_NONE;
+    }
+
+    static PF_Err DisposeWorld(PF_ProgPtr ref, PF_EffectWorld* world) {
+        Host* h = host_for(ref, "dispose_world");
+        if (!h) return PF_Err_BAD_CALLBACK_PARAM;
+        std::lock_guard<std::recursive_mutex> lock(h->mutex_);
+        if (!world || !h->worlds_.erase(world->data)) {
+            h->report_problem("dispose_world of a world the host did not make or already disposed");
+            return PF_Err_BAD_CALLBACK_PARAM;
+        }
+        world->data = nullptr;
+        return PF_Err_NONE;
+    }
+
     static PF_Err GetPlatformData(PF_ProgPtr ref, PF_PlatDataID which, void* data) {
         Host* h = host_for(ref, "get_platform_data");
         if (!h) return PF_Err_BAD_CALLBACK_PARAM;
@@ -489,6 +542,11 @@ Host::Host() : previous_(g_current.exchange(this)), dll_instance_(&dll_token_) {
     utils_.host_get_handle_size = Impl::GetHandleSize;
     utils_.host_resize_handle = Impl::ResizeHandle;
     utils_.get_platform_data = Impl::GetPlatformData;
+    utils_.copy = Impl::Copy;
+    utils_.fill = Impl::Fill;
+    utils_.fill16 = Impl::Fill16;
+    utils_.new_world = Impl::NewWorld;
+    utils_.dispose_world = Impl::DisposeWorld;
 
     serve_suite("PF Handle Suite", kPFHandleSuiteVersion1, &handle_suite_);
     serve_suite("PF ANSI Suite", kPFANSISuiteVersion1, &ansi_suite_);
@@ -780,6 +838,13 @@ void Host::add_leak_check(std::string name, std::function<std::string()> check) 
     leak_checks_.emplace_back(std::move(name), std::move(check));
 }
 
+void Host::remove_leak_check(const std::string& name) {
+    std::lock_guard<std::recursive_mutex> lock(mutex_);
+    leak_checks_.erase(std::remove_if(leak_checks_.begin(), leak_checks_.end(),
+                                      [&](const auto& c) { return c.first == name; }),
+                       leak_checks_.end());
+}
+
 void Host::set_checkout(CheckoutFn checkout, CheckinFn checkin) {
     std::lock_guard<std::recursive_mutex> lock(mutex_);
     checkout_ = std::move(checkout);
@@ -804,6 +869,7 @@ std::string Host::leak_report() const {
         if (!kv.second->tail_intact()) out << "handle of " << kv.second->size << " bytes written past its end\n";
     }
     if (!blocks_.empty()) out << blocks_.size() << " SPBasicSuite block(s) not freed\n";
+    if (!worlds_.empty()) out << worlds_.size() << " world(s) from new_world not disposed\n";
     for (const auto& check : leak_checks_) {
         std::string s = check.second();
         if (!s.empty()) out << check.first << ": " << s << "\n";

@@ -20,6 +20,8 @@
 
 namespace headless {
 
+class World;
+
 // How often one (suite name, version) pair was acquired and released.
 struct SuiteCount {
     int acquired = 0;
@@ -118,6 +120,7 @@ public:
     // Other parts of the headless host add what they account (checkouts,
     // DRAWBOT objects ...): the function returns "" when nothing is left.
     void add_leak_check(std::string name, std::function<std::string()> check);
+    void remove_leak_check(const std::string& name);
     // Everything still held: unreleased suites, live handles, live blocks and
     // the added checks; "" when clean. One line per finding.
     std::string leak_report() const;
@@ -170,6 +173,7 @@ private:
     size_t handle_misalign_ = 0;
 
     std::map<void*, size_t> blocks_;
+    std::map<PF_PixelPtr, std::unique_ptr<World>> worlds_;  // from new_world
 
     std::vector<std::unique_ptr<RecordedParam>> params_;
     std::vector<RecordedUI> uis_;
