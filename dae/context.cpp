@@ -24,3 +24,19 @@ CommandScope::~CommandScope() {
 }
 
 }  // namespace DAE
+
+namespace DAE {
+
+namespace {
+const SPBasicSuite* g_last_basic = nullptr;
+}  // namespace
+
+const SPBasicSuite* LastBasicSuite() { return g_last_basic; }
+void SetLastBasicSuite(const SPBasicSuite* basic) { g_last_basic = basic; }
+
+const SPBasicSuite* RecentBasicSuite() {
+    if (g_in_data && g_in_data->pica_basicP) return g_in_data->pica_basicP;
+    return g_last_basic;
+}
+
+}  // namespace DAE

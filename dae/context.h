@@ -27,3 +27,16 @@ private:
 };
 
 }  // namespace DAE
+
+namespace DAE {
+
+// The basic suite of the most recent host input record that reached a custom
+// control (set by DAE_Effect_Control::HandleEvent). Framework objects built
+// outside a command scope fall back to it.
+const SPBasicSuite* LastBasicSuite();
+void SetLastBasicSuite(const SPBasicSuite* basic);
+
+// The basic suite of the current command, else the last one seen.
+const SPBasicSuite* RecentBasicSuite();
+
+}  // namespace DAE

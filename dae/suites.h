@@ -25,8 +25,11 @@ public:
     AEGP_DynamicStreamSuite3* DynamicStreamSuite3();     // "AEGP Dynamic Stream Suite" 3
     AEGP_EffectSuite3* EffectSuite3();                   // "AEGP Effect Suite" 3
     AEGP_PersistentDataSuite3* PersistentDataSuite3();   // "AEGP Persistent Data Suite" 3
-    // The layer, item, footage and stream suites are added with the code
-    // that uses them, at versions every host from 13.0 on serves.
+    // "AEGP Stream Suite" 7 (its second edition, served from host 13.0 on).
+    // Only AEGP_GetNewEffectStreamByIndex (slot 5) and AEGP_DisposeStream
+    // (slot 7) may be used through it: they sit where the newest edition,
+    // the declared struct, has them.
+    AEGP_StreamSuite6* StreamSuite2();
 
     // The implementation owns the name/version table and the cache slots.
     struct Impl;
