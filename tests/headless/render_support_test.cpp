@@ -1,0 +1,198 @@
+// Rendering support: composition time bases, the input clip and layer
+// checkouts at arbitrary times, output worlds and the pixel callbacks.
+#include "headless/effect.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <vector>
+
+namespace {
+
+using headless::EffectInstance;
+using headless::InputClip;
+using headless::World;
+
+std::function<PF_Err(PF_Cmd, PF_InData*, PF_ParamDef**, PF_LayerDef*)> g_fx;
+
+PF_Err Entry(PF_Cmd cmd, PF_InData* in, PF_OutData*, PF_ParamDef** params, PF_LayerDef* output, void*) {
+    return g_fx ? g_fx(cmd, in, params, output) : PF_Err_NONE;
+}
+
+struct FxScope {
+    explicit FxScope(std::function<PF_Err(PF_Cmd, PF_InData*, PF_ParamDef**, PF_LayerDef*)> f) { g_fx = std::move(f); }
+    ~FxScope() { g_fx = nullptr; }
+};
+
+// Frame i of the clip has red = i in every pixel.
+InputClip numbered_clip(A_long frames, double fps, bool deep = false) {
+    InputClip c;
+    c.fps = fps;
+    c.width = 16;
+    c.height = 6;
+    c.deep = deep;
+    c.frame_count = frames;
+    c.frame = [](A_long i, World& w) { w.fill(PF_Pixel{255, A_u_char(i), 0, 0}, PF_Pixel16{32768, A_u_short(i), 0, 0}); };
+    return c;
+}
+
+A_long red_of(const PF_LayerDef& ld) {
+    if (ld.world_flags & PF_WorldFlag_DEEP) return reinterpret_cast<const PF_Pixel16*>(ld.data)->red;
+    return reinterpret_cast<const PF_Pixel*>(ld.data)->red;
+}
+
+TEST(TimeBase, NtscAndWholeRatesGiveExactFloatQuotients) {
+    struct Case {
+        double rate;
+        A_u_long scale;
+        A_long step;
+        float as_float;
+    } cases[] = {{23.976, 2997, 125, 23.976f}, {29.97, 2997, 100, 29.97f}, {24, 2400, 100, 24.f}, {25, 2500, 100, 25.f}, {30, 3000, 100, 30.f}};
+    for (const Case& c : cases) {
+        A_u_long scale;
+        A_long step;
+        headless::time_base_for_rate(c.rate, &scale, &step);
+        EXPECT_EQ(scale, c.scale) << c.rate;
+        EXPECT_EQ(step, c.step) << c.rate;
+        // The effect computes the rate in single precision and compares exactly.
+        EXPECT_EQ(static_cast<float>(scale) / static_cast<float>(step), c.as_float) << c.rate;
+    }
+    A_u_long scale;
+    A_long step;
+    headless::time_base_for_rate(23.98, &scale, &step);
+    EXPECT_NE(static_cast<float>(scale) / static_cast<float>(step), 23.976f);
+}
+
+TEST(Checkout, FrameShownAtEachTimeWithFirstAndLastHeld) {
+    // A 29.97 clip of 10 frames seen from a 23.976 composition, checked out at
+    // the times the effect asks for (its own time units and scales).
+    std::vector<std::pair<A_long, A_u_long>> asks;  // time, scale
+    std::vector<A_long> seen;
+    FxScope fx([&](PF_Cmd cmd, PF_InData* in, PF_ParamDef**, PF_LayerDef*) -> PF_Err {
+        if (cmd != PF_Cmd_RENDER) return PF_Err_NONE;
+        for (auto& a : asks) {
+            PF_ParamDef p{};
+            PF_Err err = in->inter.checkout_param(in->effect_ref, 0, a.first, in->time_step, a.second, &p);
+            if (err) return err;
+            EXPECT_EQ(p.param_type, PF_Param_LAYER);
+            seen.push_back(red_of(p.u.ld));
+            in->inter.checkin_param(in->effect_ref, &p);
+        }
+        return PF_Err_NONE;
+    });
+    EffectInstance e(Entry);
+    e.set_input(numbered_clip(10, 29.97));
+    e.set_comp_rate(23.976);
+    asks = {
+        {-125, 2997},    // before the clip: first frame held
+        {0, 2997},       // 0
+        {99, 2997},      // just before 1/29.97 s
+        {100, 2997},     // exactly frame 1
+        {125, 2997},     // one 23.976 frame: 1.25 source frames
+        {200, 2997},     // 2
+        {899, 2997},     // just before frame 9
+        {900, 2997},     // the last frame
+        {5000, 2997},    // after the clip: last frame held
+        {1001, 30000},   // 1001/30000 s = one NTSC frame exactly
+        {600, 5994},     // exactly frame 3 in another scale
+    };
+    ASSERT_EQ(e.render(), PF_Err_NONE);
+    EXPECT_EQ(seen, (std::vector<A_long>{0, 0, 0, 1, 1, 2, 8, 9, 9, 1, 3}));
+    EXPECT_EQ(e.checked_out_frames(), seen);
+    EXPECT_EQ(e.outstanding_checkouts(), 0);
+    EXPECT_TRUE(e.host().clean()) << e.host().leak_report();
+}
+
+TEST(Checkout, CurrentFrameIsParameterZeroAndUnreleasedCheckoutsAreSeen) {
+    FxScope fx([](PF_Cmd cmd, PF_InData* in, PF_ParamDef** params, PF_LayerDef* out) -> PF_Err {
+        if (cmd != PF_Cmd_RENDER) return PF_Err_NONE;
+        EXPECT_EQ(red_of(params[0]->u.ld), 4);
+        EXPECT_EQ(out->width, params[0]->u.ld.width);
+        EXPECT_TRUE(out->world_flags & PF_WorldFlag_DEEP);
+        PF_ParamDef p{};
+        return in->inter.checkout_param(in->effect_ref, 0, in->current_time, in->time_step, in->time_scale, &p);  // never checked in
+    });
+    EffectInstance e(Entry);
+    e.set_input(numbered_clip(10, 25, true));
+    e.set_comp_rate(25);
+    e.set_frame(4);
+    ASSERT_EQ(e.render(), PF_Err_NONE);
+    EXPECT_EQ(e.outstanding_checkouts(), 1);
+    EXPECT_NE(e.host().leak_report().find("1 checkout(s) not checked in"), std::string::npos);
+
+    PF_ParamDef bogus{};
+    bogus.param_type = PF_Param_LAYER;
+    EXPECT_NE(e.in_data().inter.checkin_param(e.in_data().effect_ref, &bogus), PF_Err_NONE);
+    PF_ParamDef p{};
+    EXPECT_EQ(e.in_data().inter.checkout_param(e.in_data().effect_ref, 7, 0, 1, 25, &p), PF_Err_INVALID_INDEX);
+    EXPECT_EQ(e.host().problems().size(), 2u);
+}
+
+TEST(Worlds, RowsArePaddedToSixteenBytesAndDownsamplingScalesTheLayer) {
+    EXPECT_EQ(headless::host_rowbytes(1, false), 16);
+    EXPECT_EQ(headless::host_rowbytes(5, false), 32);
+    EXPECT_EQ(headless::host_rowbytes(4, false), 16);
+    EXPECT_EQ(headless::host_rowbytes(3, true), 32);
+    World odd(11, 3, false);
+    EXPECT_EQ(odd.def().rowbytes, 48);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(odd.def().data) % 16, 0u);
+
+    A_long w = 0, h = 0, row = 0;
+    FxScope fx([&](PF_Cmd cmd, PF_InData* in, PF_ParamDef** params, PF_LayerDef* out) -> PF_Err {
+        if (cmd == PF_Cmd_RENDER) {
+            w = params[0]->u.ld.width;
+            h = params[0]->u.ld.height;
+            row = out->rowbytes;
+            EXPECT_EQ(in->width, 721);
+            EXPECT_EQ(in->extent_hint.right, w);
+        }
+        return PF_Err_NONE;
+    });
+    EffectInstance e(Entry);
+    InputClip c = numbered_clip(1, 25);
+    c.width = 721;
+    c.height = 577;
+    e.set_input(c);
+    e.set_downsample(1, 2, 1, 2);
+    ASSERT_EQ(e.render(), PF_Err_NONE);
+    EXPECT_EQ(w, 361);  // (721 + 1) / 2
+    EXPECT_EQ(h, 289);
+    EXPECT_EQ(row, 1456);  // 361 × 4 = 1444, padded
+}
+
+TEST(Worlds, CopyAndFillCallbacks) {
+    FxScope fx(nullptr);
+    EffectInstance e(Entry);
+    PF_UtilCallbacks* u = e.in_data().utils;
+    PF_ProgPtr ref = e.in_data().effect_ref;
+    World a(8, 4, false), b(8, 4, false), deep(8, 4, true);
+    const PF_Pixel red{255, 255, 0, 0};
+    ASSERT_EQ(u->fill(ref, &red, nullptr, &a.def()), PF_Err_NONE);
+    const PF_Rect inner{2, 1, 5, 3};
+    const PF_Pixel16 half{16384, 16384, 16384, 16384};
+    ASSERT_EQ(u->fill16(ref, &half, &inner, &deep.def()), PF_Err_NONE);
+    EXPECT_EQ(deep.pixel16(2, 1)->green, 16384);
+    EXPECT_EQ(deep.pixel16(1, 1)->green, 0);
+    ASSERT_EQ(u->fill(ref, nullptr, &inner, &a.def()), PF_Err_NONE);  // null colour: transparent black
+    EXPECT_EQ(a.pixel8(3, 2)->alpha, 0);
+
+    ASSERT_EQ(u->copy(ref, &a.def(), &b.def(), nullptr, nullptr), PF_Err_NONE);
+    EXPECT_TRUE(a.same_pixels(b));
+    const PF_Rect src{0, 0, 2, 2}, dst{6, 2, 8, 4};
+    World c(8, 4, false);
+    ASSERT_EQ(u->copy(ref, &a.def(), &c.def(), const_cast<PF_Rect*>(&src), const_cast<PF_Rect*>(&dst)), PF_Err_NONE);
+    EXPECT_EQ(c.pixel8(7, 3)->red, 255);
+    EXPECT_EQ(c.pixel8(5, 3)->red, 0);
+    EXPECT_TRUE(e.host().problems().empty());
+    EXPECT_NE(u->copy(ref, &a.def(), &deep.def(), nullptr, nullptr), PF_Err_NONE);  // depths differ
+    EXPECT_EQ(e.host().problems().size(), 1u);
+
+    PF_EffectWorld made{};
+    ASSERT_EQ(u->new_world(ref, 3, 3, PF_NewWorldFlag_DEEP_PIXELS, &made), PF_Err_NONE);
+    EXPECT_TRUE(made.world_flags & PF_WorldFlag_DEEP);
+    EXPECT_NE(e.host().leak_report().find("new_world not disposed"), std::string::npos);
+    ASSERT_EQ(u->dispose_world(ref, &made), PF_Err_NONE);
+    EXPECT_EQ(e.host().leak_report(), "");
+}
+
+}  // namespace
