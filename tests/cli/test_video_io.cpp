@@ -44,12 +44,38 @@ Probe probe(const std::string& path) {
             p.field_order = par->field_order;
             for (unsigned i = 0; i < fmt->nb_streams; ++i)
                 if (fmt->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) ++p.audio_streams;
+            const AVCodec* codec = avcodec_find_decoder(par->codec_id);
+            AVCodecContext* dec = avcodec_alloc_context3(codec);
+            avcodec_parameters_to_context(dec, par);
+            avcodec_open2(dec, codec, nullptr);
             AVPacket* pkt = av_packet_alloc();
+            AVFrame* frame = av_frame_alloc();
+            bool decoded = false;
             while (av_read_frame(fmt, pkt) >= 0) {
-                if (pkt->stream_index == v) ++p.packets;
+                if (pkt->stream_index == v) {
+                    ++p.packets;
+                    if (!decoded && avcodec_send_packet(dec, pkt) >= 0) decoded = true;
+                }
                 av_packet_unref(pkt);
             }
+            avcodec_send_packet(dec, nullptr);
+            const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(AVPixelFormat(par->format));
+            if (avcodec_receive_frame(dec, frame) >= 0 && d && !(d->flags & AV_PIX_FMT_FLAG_RGB)) {
+                for (int c = 0; c < 3; ++c) {
+                    const int w = c ? AV_CEIL_RSHIFT(frame->width, d->log2_chroma_w) : frame->width;
+                    const int h = c ? AV_CEIL_RSHIFT(frame->height, d->log2_chroma_h) : frame->height;
+                    double sum = 0;
+                    for (int y = 0; y < h; ++y)
+                        for (int x = 0; x < w; ++x) {
+                            const uint8_t* row = frame->data[c] + size_t(y) * frame->linesize[c];
+                            sum += d->comp[c].depth > 8 ? reinterpret_cast<const uint16_t*>(row)[x] / 4.0 : row[x];
+                        }
+                    p.first_plane_mean[c] = sum / (double(w) * h);
+                }
+            }
+            av_frame_free(&frame);
             av_packet_free(&pkt);
+            avcodec_free_context(&dec);
         }
     }
     avformat_close_input(&fmt);
@@ -291,6 +317,9 @@ TEST(VideoWriter, LossyAndImageOutputsCarryTheirDescription) {
             EXPECT_EQ(p.primaries, hd ? AVCOL_PRI_BT709 : AVCOL_PRI_SMPTE170M) << c.name;
             EXPECT_EQ(p.transfer, AVCOL_TRC_BT709) << c.name;
             EXPECT_EQ(p.color_range, AVCOL_RANGE_MPEG) << c.name;
+            // the first frame is red: BT.709 Y'CbCr 63, 102, 240; BT.601 81, 90, 240
+            const double expected[3] = {hd ? 63.0 : 81.0, hd ? 102.0 : 90.0, 240.0};
+            for (int k = 0; k < 3; ++k) EXPECT_NEAR(p.first_plane_mean[k], expected[k], 1.5) << c.name << " " << k;
         }
         if (std::string(c.codec) == "prores") {
             EXPECT_EQ(p.profile, "HQ");

@@ -103,6 +103,7 @@ struct Probe {
     int color_space = -1, color_range = -1, primaries = -1, transfer = -1, field_order = -1;
     int audio_streams = 0;
     std::string profile;
+    double first_plane_mean[3] = {0, 0, 0};  // Y, Cb, Cr of the first frame on the 8-bit scale (YUV only)
 };
 Probe probe(const std::string& path);
 
