@@ -73,6 +73,7 @@ void EffectInstance::init() {
     });
     set_comp_rate(29.97);
     set_input(InputClip{});
+    build_params();  // until parameter set-up: the input layer alone
 }
 
 EffectInstance::~EffectInstance() {
@@ -221,6 +222,7 @@ PF_Err EffectInstance::global_setup() {
 
 PF_Err EffectInstance::params_setup() {
     host_->clear_params();
+    ever_set_up_ = true;
     const PF_Err err = call(PF_Cmd_PARAMS_SETUP);
     if (err) return err;
     const A_long expected = static_cast<A_long>(host_->param_count()) + 1;
@@ -239,7 +241,7 @@ void EffectInstance::build_params() {
     layer.param_type = PF_Param_LAYER;
     params_.push_back(layer);
     ids_.push_back(0);
-    for (size_t i = 0; i < host_->param_count(); ++i) {
+    for (size_t i = 0; i < host_->param_count() && ever_set_up_; ++i) {
         params_.push_back(host_->param(i).def);
         ids_.push_back(host_->param(i).def.uu.id);
     }
@@ -357,7 +359,7 @@ bool EffectInstance::checkbox(PF_ParamIndex i) { return typed(i, PF_Param_CHECKB
 
 PF_Err EffectInstance::checkout(PF_ParamIndex index, A_long time, A_long step, A_u_long scale, PF_ParamDef* param) {
     (void)step;
-    if (index < 0 || index >= std::max<A_long>(num_params(), 1)) {
+    if (index < 0 || index >= num_params()) {
         host_->report_problem("checkout_param of index " + std::to_string(index) + " out of range");
         return PF_Err_INVALID_INDEX;
     }

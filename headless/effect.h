@@ -184,6 +184,7 @@ private:
     PF_Handle seq_ = nullptr;
     PF_Handle flattened_ = nullptr;
 
+    bool ever_set_up_ = false;  // parameter set-up has run (its parameters are in the host's record)
     std::vector<PF_ParamDef> params_;
     std::vector<A_long> ids_;
     std::vector<PF_ParamDef*> ptrs_;
