@@ -118,6 +118,7 @@ struct VideoReader::Impl {
     SwsContext* sws = nullptr;
     int sws_src_format = -1;
     int sws_dst_format = -1;
+    int sws_height = 0;
     int stream = -1;
     bool have_frame = false;
     bool flushing = false;
@@ -346,24 +347,43 @@ struct VideoReader::Impl {
         // through 16-bit RGB, converted to the host's range here.
         const bool narrow = out.depth == 8 && d && d->comp[0].depth <= 8;
         const AVPixelFormat dst = narrow ? AV_PIX_FMT_ARGB : AV_PIX_FMT_RGBA64;
-        if (!sws || sws_src_format != frame->format || sws_dst_format != dst) {
+        // Interlaced video with vertically subsampled chroma keeps each
+        // field's chroma on that field's lines: convert the fields apart, so
+        // that colour never bleeds from one moment in time into the other.
+        const bool interlaced =
+            info.field_order == FieldOrder::UpperFirst || info.field_order == FieldOrder::LowerFirst;
+        const bool by_field = interlaced && d && d->log2_chroma_h > 0 && !(d->flags & AV_PIX_FMT_FLAG_RGB) &&
+                              frame->height % (2 << d->log2_chroma_h) == 0;
+        const int fields = by_field ? 2 : 1;
+        const int sh = frame->height / fields;
+        if (!sws || sws_src_format != frame->format || sws_dst_format != dst || sws_height != sh) {
             sws_freeContext(sws);
-            sws = sws_getContext(frame->width, frame->height, AVPixelFormat(frame->format), frame->width,
-                                 frame->height, dst, SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr,
-                                 nullptr, nullptr);
+            sws = sws_getContext(frame->width, sh, AVPixelFormat(frame->format), frame->width, sh, dst,
+                                 SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr);
             if (!sws) fail("cannot convert its pixel format " + std::string(d ? d->name : "?") + " to RGB");
             const bool full = info.color.range == AVCOL_RANGE_JPEG;
             sws_setColorspaceDetails(sws, sws_coefficients_for(info.color.matrix), full ? 1 : 0,
                                      sws_getCoefficients(SWS_CS_DEFAULT), 1, 0, 1 << 16, 1 << 16);
             sws_src_format = frame->format;
             sws_dst_format = dst;
+            sws_height = sh;
             av_frame_unref(rgb);
             rgb->format = dst;
             rgb->width = frame->width;
             rgb->height = frame->height;
             if (av_frame_get_buffer(rgb, 0) < 0) fail("out of memory");
         }
-        sws_scale(sws, frame->data, frame->linesize, 0, frame->height, rgb->data, rgb->linesize);
+        for (int f = 0; f < fields; ++f) {
+            const uint8_t* src[4] = {};
+            int src_stride[4] = {};
+            for (int p = 0; p < 4 && frame->data[p]; ++p) {
+                src[p] = frame->data[p] + size_t(f) * frame->linesize[p];
+                src_stride[p] = frame->linesize[p] * fields;
+            }
+            uint8_t* dst_plane[4] = {rgb->data[0] + size_t(f) * rgb->linesize[0]};
+            const int dst_stride[4] = {rgb->linesize[0] * fields};
+            sws_scale(sws, src, src_stride, 0, sh, dst_plane, dst_stride);
+        }
         const int w = frame->width;
         for (int y = 0; y < frame->height; ++y) {
             const uint8_t* src = rgb->data[0] + size_t(y) * rgb->linesize[0];

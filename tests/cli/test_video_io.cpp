@@ -212,6 +212,36 @@ TEST(VideoReader, ConvertsYuvWithTheTaggedOrUsualMatrixAndRange) {
     }
 }
 
+// Interlaced 4:2:0 with a red upper field and a blue lower field: each
+// field keeps its own colour, none of the other field's chroma.
+TEST(VideoReader, InterlacedChromaStaysInItsField) {
+    ScratchDir dir;
+    const int w = 32, h = 48;
+    const std::string raw = dir.file("fields.yuv"), mkv = dir.file("fields.mkv");
+    {
+        std::string y, u, v;
+        for (int r = 0; r < h; ++r) y += std::string(w, char(r % 2 ? 41 : 81));  // BT.601 blue / red
+        for (int r = 0; r < h / 2; ++r) {
+            u += std::string(w / 2, char(r % 2 ? 240 : 90));
+            v += std::string(w / 2, char(r % 2 ? 110 : 240));
+        }
+        std::ofstream(raw, std::ios::binary) << y << u << v;
+    }
+    ASSERT_TRUE(ffmpeg("-f rawvideo -pix_fmt yuv420p -s 32x48 -r 30000/1001 -i " + raw +
+                       " -c:v ffv1 -field_order tt " + mkv));
+    VideoReader r(mkv);
+    ASSERT_EQ(r.info().field_order, FieldOrder::UpperFirst);
+    HostFrame f;
+    ASSERT_TRUE(r.read(f, 8));
+    for (int row : {10, 20, 30}) {
+        const int x = w / 2;
+        EXPECT_NEAR(testing::value8(f, x, row, 1), 255, 3) << row;  // red line
+        EXPECT_NEAR(testing::value8(f, x, row, 3), 0, 3) << row;
+        EXPECT_NEAR(testing::value8(f, x, row + 1, 1), 0, 3) << row + 1;  // blue line
+        EXPECT_NEAR(testing::value8(f, x, row + 1, 3), 255, 3) << row + 1;
+    }
+}
+
 TEST(VideoReader, ReportsFieldOrderFromTheFile) {
     ScratchDir dir;
     struct Case {
