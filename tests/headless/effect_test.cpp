@@ -236,7 +236,7 @@ TEST(EffectProject, FootageInterpretationAndItemTypes) {
         fx.project().set_interlaced(FIEL_Order_UPPER_FIRST, AEGP_PulldownPhase_WSSWW);
         ASSERT_EQ(fx.sequence_setup(), PF_Err_NONE);
         EXPECT_EQ(g_seen.type, AEGP_ItemType_FOOTAGE);
-        EXPECT_EQ(fx.project().interpretation().il.type, static_cast<FIEL_Type>(FIEL_Type_FRAME_RENDERED));
+        EXPECT_EQ(FIEL_Type{fx.project().interpretation().il.type}, static_cast<FIEL_Type>(FIEL_Type_FRAME_RENDERED));  // packed member: read by value
         EXPECT_EQ(fx.project().interpretation().pd, AEGP_PulldownPhase_NO_PULLDOWN);
         EXPECT_EQ(fx.project().interpretation_writes(), 1);
         EXPECT_TRUE(fx.host().problems().empty());
@@ -250,7 +250,7 @@ TEST(EffectProject, FootageInterpretationAndItemTypes) {
         EXPECT_NE(g_seen.type, AEGP_ItemType_FOOTAGE);
         EXPECT_NE(g_seen.get, A_Err_NONE);
         EXPECT_EQ(fx.project().interpretation_writes(), 0);
-        EXPECT_EQ(fx.project().interpretation().il.type, static_cast<FIEL_Type>(FIEL_Type_INTERLACED));
+        EXPECT_EQ(FIEL_Type{fx.project().interpretation().il.type}, static_cast<FIEL_Type>(FIEL_Type_INTERLACED));  // packed member: read by value
     }
     {
         EffectInstance fx(Entry);
