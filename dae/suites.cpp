@@ -211,5 +211,14 @@ AEGP_PersistentDataSuite3* AEGP_SuiteHandler::PersistentDataSuite3() {
 AEGP_StreamSuite6* AEGP_SuiteHandler::StreamSuite2() {
     return Impl::Get<AEGP_StreamSuite6>(*this, Impl::kStream2);
 }
+AEGP_LayerSuite6* AEGP_SuiteHandler::LayerSuite6() {
+    return Impl::Get<AEGP_LayerSuite6>(*this, Impl::kLayer6);
+}
+AEGP_ItemSuite8* AEGP_SuiteHandler::ItemSuite8() {
+    return Impl::Get<AEGP_ItemSuite8>(*this, Impl::kItem8);
+}
+AEGP_FootageSuite5* AEGP_SuiteHandler::FootageSuite5() {
+    return Impl::Get<AEGP_FootageSuite5>(*this, Impl::kFootage5);
+}
 
 }  // namespace DAE

@@ -2,6 +2,7 @@
 // released, exactly as acquired, when the handler is destroyed.
 #pragma once
 #include "hostapi/host_api.h"
+#include "hostapi/host_suites_extra.h"
 
 namespace DAE {
 
@@ -30,6 +31,11 @@ public:
     // (slot 7) may be used through it: they sit where the newest edition,
     // the declared struct, has them.
     AEGP_StreamSuite6* StreamSuite2();
+    // The layer, item and footage suites at versions every host from 13.0 on
+    // serves (older editions declared in hostapi/host_suites_extra.h).
+    AEGP_LayerSuite6* LayerSuite6();                     // "AEGP Layer Suite" 12
+    AEGP_ItemSuite8* ItemSuite8();                       // "AEGP Item Suite" 13
+    AEGP_FootageSuite5* FootageSuite5();                 // "AEGP Footage Suite" 11
 
     // The implementation owns the name/version table and the cache slots.
     struct Impl;
