@@ -1,14 +1,318 @@
 #include "cli/commands.h"
 
+#include "cli/cli_error.h"
+#include "cli/conversion_plan.h"
+#include "cli/demo.h"
+#include "cli/effect_runner.h"
+#include "cli/exit_codes.h"
+#include "cli/frame_source.h"
+#include "cli/interrupt.h"
+#include "cli/options.h"
+#include "cli/output_file.h"
+#include "cli/progress.h"
+#include "cli/video_io.h"
+
+#include <sys/stat.h>
+
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
 
 namespace tessen::cli {
 
+namespace {
+
+void say(bool quiet, const std::string& line) {
+    if (!quiet) std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+std::string real_path_of(const std::string& p) {
+    char buf[PATH_MAX];
+    if (::realpath(p.c_str(), buf)) return buf;
+    return "";
+}
+
+// Opens the input; every failure is about the input file.
+std::unique_ptr<VideoReader> open_input(const std::string& path) {
+    try {
+        return std::make_unique<VideoReader>(path);
+    } catch (const CliError& e) {
+        throw Failure(kExitInput, e.what());
+    }
+}
+
+int64_t estimated_frames(const VideoInfo& info) {
+    if (info.frame_count > 0) return info.frame_count;
+    if (info.duration_seconds > 0) return static_cast<int64_t>(info.duration_seconds * info.frame_rate.value() + 0.5);
+    return 0;
+}
+
+EffectSetup setup_for(const Options& o, const VideoInfo& info, const ConversionPlan& plan) {
+    EffectSetup s;
+    s.module_path = resolve_module_path(o.module);
+    s.width = info.width;
+    s.height = info.height;
+    s.depth = plan.depth;
+    s.time_base = plan.time_base;
+    s.layer_rate = plan.layer_rate;
+    int64_t est = estimated_frames(info) - plan.first_source_frame;
+    s.layer_frames = est > 0 ? est : 1;
+    s.diagnostic_views = !o.show.empty();
+    return s;
+}
+
+EffectParams params_for(const Options& o, const ConversionPlan& plan) {
+    EffectParams p;
+    p.deinterlace = o.deinterlace;
+    p.source_video = plan.source_video;
+    p.field_order = plan.field_order;
+    p.motion = o.motion;
+    p.pattern_size = o.pattern_size;
+    p.deartifact = static_cast<int>(o.deartifact);
+    p.show = o.show_ordinal;
+    p.draft = o.draft;
+    return p;
+}
+
+void check_interrupt() {
+    if (interrupt_signal()) throw Failure(interrupt_exit_code(), "interrupted; no output written");
+}
+
+int run_render(const Options& o) {
+    // Output name first: a wrong extension is a usage error, found before any work.
+    OutputKind kind;
+    try {
+        kind = output_kind_for(o.output);
+    } catch (const CliError& e) {
+        throw Failure(kExitUsage, e.what());
+    }
+    std::string in_real = real_path_of(o.input);
+    if (!in_real.empty() && in_real == real_path_of(o.output))
+        throw Failure(kExitUsage, o.output + ": the output would overwrite the input");
+
+    std::unique_ptr<VideoReader> reader = open_input(o.input);
+    const VideoInfo& info = reader->info();
+
+    ConversionPlan plan;
+    if (Refusal r = plan_rates(info, o, plan))
+        throw Failure(r.kind == Refusal::Kind::kUsage ? kExitUsage : kExitUnsupported, o.input + ": " + r.message);
+    if (Refusal r = plan_start(info, o, plan)) throw Failure(kExitUsage, o.input + ": " + r.message);
+
+    // The output is claimed before the long work, so "exists" and "cannot
+    // write" show at once.
+    WriterOptions wo;
+    wo.width = info.width;
+    wo.height = info.height;
+    wo.frame_rate = plan.comp_rate;
+    wo.depth = plan.depth;
+    wo.color = info.color;
+    wo.sample_aspect = info.sample_aspect;
+    wo.overwrite = o.overwrite;
+    if (plan.keep_audio) wo.audio_source = o.input;
+    std::unique_ptr<VideoWriter> writer;
+    try {
+        writer = std::make_unique<VideoWriter>(o.output, wo);
+    } catch (const CliError& e) {
+        throw Failure(kExitOutput, e.what());
+    }
+
+    FrameSource source(
+        [&](HostFrame& f) {
+            try {
+                return reader->read(f, plan.depth);
+            } catch (const CliError& e) {
+                throw Failure(kExitInput, e.what());
+            }
+        },
+        plan.first_source_frame);
+    if (!source.has(0)) throw Failure(kExitInput, o.input + ": --start lies beyond the last frame");
+
+    EffectSetup setup = setup_for(o, info, plan);
+    setup.frame_at = [&](int64_t i) -> const HostFrame& { return source.at(i); };
+    EffectRunner runner(setup);
+
+    AutoSetupResult auto_setup;
+    const bool need_auto = !o.source || !o.field_order;
+    if (need_auto) {
+        auto_setup = runner.press_auto_setup();
+        if (!o.quiet) {
+            std::fprintf(stderr, "Auto Setup (%dx%d in a %s fps composition) says:\n", info.width, info.height,
+                         comp_rate_text(plan.rate));
+            print_effect_message(stderr, auto_setup.message);
+        }
+    }
+    plan_fields(info, o, need_auto ? &auto_setup : nullptr, plan);
+    for (const std::string& n : plan.notes) say(o.quiet, "note: " + n);
+
+    const int64_t expected =
+        output_frame_count(setup.layer_frames, plan, o.frames ? std::optional<int64_t>(*o.frames) : std::nullopt);
+    say(o.quiet, std::string("converting ") + standard_name(plan.standard) + " " +
+                     (plan.field_order == kUpperFirst ? "upper" : "lower") + " field first to " +
+                     comp_rate_text(plan.rate) + " fps: " + o.input + " -> " + o.output + " (" +
+                     output_kind_name(kind) + ", " + std::to_string(plan.depth) + "-bit host frames" +
+                     (o.draft ? ", draft" : "") + (o.show.empty() ? "" : ", view " + o.show) + ")");
+
+    runner.set_params(params_for(o, plan));
+    Progress progress(expected > 0 ? expected : 1, o.quiet);
+    HostFrame out;
+    int64_t k = 0;
+    for (;; ++k) {
+        check_interrupt();
+        if (o.frames && k >= *o.frames) break;
+        const int64_t t = k * plan.time_base.time_step;
+        const int64_t cur = source_frame_at(t, plan.time_base, plan.layer_rate);
+        if (!source.has(cur)) break;
+        // The effect looks one source frame back and at most two ahead: decode
+        // those now, so read errors surface here and not inside the effect.
+        source.has(cur + 2);
+        source.release_before(cur - 1);
+        runner.render(k, out);
+        check_interrupt();
+        try {
+            writer->write(out);
+        } catch (const CliError& e) {
+            throw Failure(kExitOutput, e.what());
+        }
+        progress.update(k + 1);
+    }
+    if (k == 0) throw Failure(kExitInput, o.input + ": no frames to convert");
+    progress.finish();
+
+    std::string leaks = runner.close();
+    if (!leaks.empty()) {
+        std::fprintf(stderr, "%s\n", leaks.c_str());
+        throw Failure(kExitEffect, o.module.empty() ? std::string("the effect") + " left resources behind (above)"
+                                                    : o.module + ": the effect left resources behind (above)");
+    }
+    try {
+        writer->finish();
+    } catch (const CliError& e) {
+        throw Failure(kExitOutput, e.what());
+    }
+    if (!writer->audio_notice().empty()) say(o.quiet, "note: " + writer->audio_notice());
+    char summary[256];
+    std::snprintf(summary, sizeof summary, "wrote %s: %lld frames at %s fps, %.3f s%s", o.output.c_str(),
+                  static_cast<long long>(k), comp_rate_text(plan.rate),
+                  static_cast<double>(k) / plan.comp_rate.value(),
+                  writer->audio_streams_copied() > 0 ? ", with audio" : "");
+    say(o.quiet, summary);
+    return kExitOk;
+}
+
+int run_auto_setup(const Options& o) {
+    std::unique_ptr<VideoReader> reader = open_input(o.input);
+    const VideoInfo& info = reader->info();
+    const std::optional<SourceStandard> by_rate = standard_for_rate(info.frame_rate);
+    CompRate rate = o.rate ? *o.rate
+                           : (by_rate && *by_rate == SourceStandard::kPal ? CompRate::k25 : CompRate::k23_976);
+    if (info.width < 1 || info.height < 1) throw Failure(kExitInput, o.input + ": the video has no picture size");
+
+    HostFrame first;
+    FrameSource source(
+        [&](HostFrame& f) {
+            try {
+                return reader->read(f, 8);
+            } catch (const CliError& e) {
+                throw Failure(kExitInput, e.what());
+            }
+        },
+        0);
+    if (!source.has(0)) throw Failure(kExitInput, o.input + ": the video has no frames");
+
+    EffectSetup s;
+    s.module_path = resolve_module_path(o.module);
+    s.width = info.width;
+    s.height = info.height;
+    s.depth = 8;
+    s.time_base = comp_time_base(rate);
+    s.layer_rate = by_rate == SourceStandard::kPal ? Rational{25, 1} : Rational{2997, 100};
+    s.layer_frames = std::max<int64_t>(1, estimated_frames(info));
+    s.frame_at = [&](int64_t i) -> const HostFrame& { return source.at(i); };
+    EffectRunner runner(s);
+    AutoSetupResult r = runner.press_auto_setup();
+    std::string leaks = runner.close();
+
+    std::printf("%s: %dx%d, %s fps, field order %s; composition %s fps\n", o.input.c_str(), info.width, info.height,
+                [&] {
+                    static char b[32];
+                    std::snprintf(b, sizeof b, "%.3f", info.frame_rate.value());
+                    return b;
+                }(),
+                field_order_name(info.field_order), comp_rate_text(rate));
+    std::printf("Auto Setup says:\n");
+    print_effect_message(stdout, r.message);
+    std::printf("Source Video: %s\n", r.source_video == kSourceNtsc ? "NTSC" : r.source_video == kSourcePal ? "PAL" : "?");
+    std::printf("Field Order: %s\n", r.field_order == kUpperFirst   ? "Upper Field First"
+                                     : r.field_order == kLowerFirst ? "Lower Field First"
+                                                                    : "?");
+    if (info.field_order == FieldOrder::UpperFirst || info.field_order == FieldOrder::LowerFirst) {
+        const int recorded = info.field_order == FieldOrder::UpperFirst ? kUpperFirst : kLowerFirst;
+        if (recorded != r.field_order)
+            std::printf("note: the file records %s; tessen render uses the file's field order\n",
+                        field_order_name(info.field_order));
+    }
+    if (by_rate && r.source_video != (*by_rate == SourceStandard::kNtsc ? kSourceNtsc : kSourcePal))
+        std::printf("note: the file runs at %.3f fps, so tessen render treats it as %s\n", info.frame_rate.value(),
+                    standard_name(*by_rate));
+    std::fflush(stdout);
+    if (!leaks.empty()) {
+        std::fprintf(stderr, "%s\n", leaks.c_str());
+        throw Failure(kExitEffect, "the effect left resources behind (above)");
+    }
+    return kExitOk;
+}
+
+}  // namespace
+
 int run_command_line(int argc, char** argv) {
-    (void)argc;
-    (void)argv;
-    std::fprintf(stderr, "tessen: not ready yet\n");
-    return 2;
+    std::vector<std::string> args(argv + 1, argv + argc);
+    ParseResult parsed = parse_command_line(args);
+    if (!parsed.error.empty()) {
+        std::fprintf(stderr, "tessen: %s\n%s(tessen --help explains every option)\n", parsed.error.c_str(),
+                     usage_text());
+        return kExitUsage;
+    }
+    const Options& o = parsed.options;
+    try {
+        switch (o.command) {
+            case Options::Command::kHelp:
+                std::fputs(usage_text(), stdout);
+                std::fputs("\n", stdout);
+                std::fputs(help_text(), stdout);
+                return kExitOk;
+            case Options::Command::kVersion:
+                std::puts("tessen 1.1.12");
+                return kExitOk;
+            case Options::Command::kRender:
+                install_interrupt_handlers();
+                return run_render(o);
+            case Options::Command::kAutoSetup:
+                return run_auto_setup(o);
+            case Options::Command::kDemo:
+                install_interrupt_handlers();
+                return run_demo(o);
+            case Options::Command::kNone:
+                break;
+        }
+    } catch (const Failure& f) {
+        std::fprintf(stderr, "tessen: %s\n", f.what());
+        return f.code;
+    } catch (const CliError& e) {
+        std::fprintf(stderr, "tessen: %s\n", e.what());
+        return kExitEffect;
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "tessen: out of memory\n");
+        return kExitEffect;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "tessen: %s\n", e.what());
+        return kExitEffect;
+    }
+    std::fputs(usage_text(), stderr);
+    return kExitUsage;
 }
 
 }  // namespace tessen::cli

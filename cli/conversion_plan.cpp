@@ -37,9 +37,9 @@ Rational host_rate(const TimeBase& base) {
 
 TimeBase comp_time_base(CompRate rate) {
     switch (rate) {
-        case CompRate::k23_976: return TimeBase{23976, 1000};
+        case CompRate::k23_976: return TimeBase{2997, 125};
         case CompRate::k29_97: return TimeBase{2997, 100};
-        case CompRate::k25: return TimeBase{25, 1};
+        case CompRate::k25: return TimeBase{2500, 100};
     }
     return TimeBase{};
 }

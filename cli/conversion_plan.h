@@ -20,7 +20,7 @@ constexpr int kSourceNtsc = 1, kSourcePal = 2;
 constexpr int kUpperFirst = 1, kLowerFirst = 2;
 
 // Exact composition time base After Effects uses for a rate: 23.976 is
-// 23976 / 1000 and 29.97 is 2997 / 100 (not 30000 / 1001), so the effect's
+// 2997 / 125 and 29.97 is 2997 / 100 (not 30000 / 1001), so the effect's
 // exact rate comparisons hold.
 struct TimeBase {
     uint32_t time_scale = 25;

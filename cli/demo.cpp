@@ -149,17 +149,7 @@ int run_demo(const Options& o) {
     EffectRunner runner(setup);
     AutoSetupResult auto_setup = runner.press_auto_setup();
     std::printf("Auto Setup says:\n");
-    {
-        std::string line;
-        for (char c : auto_setup.message + "\n") {
-            if (c == '\n' || c == '\r') {
-                std::printf("  %s\n", line.c_str());
-                line.clear();
-            } else {
-                line += c;
-            }
-        }
-    }
+    print_effect_message(stdout, auto_setup.message);
     std::printf("\n");
     std::fflush(stdout);
 

@@ -8,6 +8,7 @@
 #include "cli/video_io.h"
 
 #include <cstdint>
+#include <cstdio>
 #include <functional>
 #include <memory>
 #include <string>
@@ -63,6 +64,10 @@ private:
     struct Impl;
     std::unique_ptr<Impl> impl_;
 };
+
+// Prints a message of the effect indented, line by line, and says when the
+// effect cut it at its 255-character limit.
+void print_effect_message(std::FILE* out, const std::string& message);
 
 // The module to load: --module, else $TESSEN_MODULE, else the one built with tessen.
 std::string resolve_module_path(const std::string& option);

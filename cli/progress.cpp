@@ -37,8 +37,9 @@ void Progress::update(long long done) {
     double since = std::chrono::duration<double>(now - last_draw_).count();
     // A terminal bar redraws a few times a second; plain lines every few seconds.
     double period = style_ == Style::kBar ? 0.2 : 5.0;
-    if (drawn_ && since < period && done < total_) return;
-    if (!drawn_ && style_ == Style::kLines && since < period && done < total_) return;
+    // The last frame's line is finish()'s.
+    if (style_ == Style::kLines && (done >= total_ || since < period)) return;
+    if (style_ == Style::kBar && drawn_ && since < period && done < total_) return;
     last_draw_ = now;
     draw(done, false);
 }
