@@ -2,14 +2,14 @@
 
 #include "cli/cli_error.h"
 #include "headless/effect.h"
-
-#include <dlfcn.h>
+#include "headless/module.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <optional>
 
 namespace tessen::cli {
 
@@ -28,17 +28,26 @@ constexpr PF_ParamIndex kShow = 13;
 constexpr char kPrefsSection[] = "Wrenfold Suite";
 constexpr char kPrefsKey[] = "Diagnostic Views";
 
-// The module stays loaded for the life of the process: the effect's static
-// state must outlive every instance, and unloading buys nothing here.
-PF_FilterProc load_entry(const std::string& path) {
-    void* lib = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!lib) {
-        const char* why = dlerror();
-        throw CliError(path, std::string("cannot load the effect module") + (why ? std::string(" (") + why + ")" : ""));
+// Loads the module as the host does and makes sure it is the effect this
+// tool drives: its registration record names it.
+std::unique_ptr<headless::Module> load_module(const std::string& path) {
+    std::unique_ptr<headless::Module> module;
+    try {
+        module = std::make_unique<headless::Module>(path);
+    } catch (const std::exception& e) {
+        throw CliError("", e.what());  // names the module and the loader's reason
     }
-    void* sym = dlsym(lib, "EntryPointFunc");
-    if (!sym) throw CliError(path, "not an effect module: no EntryPointFunc");
-    return reinterpret_cast<PF_FilterProc>(sym);
+    if (module->has_pipl()) {
+        std::optional<std::string> match;
+        try {
+            match = module->pipl().match_name;
+        } catch (const std::exception& e) {
+            throw CliError(path, std::string("the module's registration record is damaged: ") + e.what());
+        }
+        if (match && *match != "ADBE Corvane SD")
+            throw CliError(path, "not the Tessen Plus effect (it registers as \"" + *match + "\")");
+    }
+    return module;
 }
 
 std::string trimmed(std::string s) {
@@ -50,7 +59,8 @@ std::string trimmed(std::string s) {
 
 struct EffectRunner::Impl {
     EffectSetup setup;
-    PF_FilterProc entry = nullptr;
+    // Declared before the instance: the module outlives the instance's set-downs.
+    std::unique_ptr<headless::Module> module;
     std::unique_ptr<headless::EffectInstance> effect;
     // An error met while the host served the effect (e.g. reading a frame);
     // it must not cross the effect's entry point, so it waits here.
@@ -108,8 +118,8 @@ std::string resolve_module_path(const std::string& option) {
 EffectRunner::EffectRunner(const EffectSetup& setup) : impl_(std::make_unique<Impl>()) {
     Impl& m = *impl_;
     m.setup = setup;
-    m.entry = load_entry(setup.module_path);
-    m.effect = std::make_unique<headless::EffectInstance>(m.entry);
+    m.module = load_module(setup.module_path);
+    m.effect = std::make_unique<headless::EffectInstance>(m.module->entry());
     headless::EffectInstance& fx = *m.effect;
 
     // The composition.
