@@ -2,6 +2,10 @@
 #include "cli/pixel_convert.h"
 #include "cli/video_io.h"
 
+extern "C" {
+#include <libavutil/parseutils.h>
+}
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -150,7 +154,7 @@ struct VideoReader::Impl {
         }
 
         int r = avformat_open_input(&fmt, path.c_str(), nullptr, nullptr);
-        if (r == AVERROR_INVALIDDATA) fail("not a video file that can be read (unknown format, or damaged)");
+        if (r == AVERROR_INVALIDDATA) fail("not a video file that can be read (unknown format, or a damaged or truncated file)");
         if (r < 0) fail("cannot be opened: " + av_error_text(r));
         r = avformat_find_stream_info(fmt, nullptr);
         if (r < 0) fail("cannot be read: " + av_error_text(r));
@@ -208,17 +212,37 @@ struct VideoReader::Impl {
         if (rate.num <= 0 || rate.den <= 0) fail("the frame rate of its video is unknown");
         info.frame_rate = exact_frame_rate(Rational{rate.num, rate.den});
 
-        if (st->duration != AV_NOPTS_VALUE && st->duration > 0)
-            info.duration_seconds = double(st->duration) * av_q2d(st->time_base);
-        else if (fmt->duration != AV_NOPTS_VALUE && fmt->duration > 0)
-            info.duration_seconds = double(fmt->duration) / AV_TIME_BASE;
+        // Duration of the video alone. A stream's own duration (or, in
+        // Matroska, its DURATION tag) is exact; the container's covers every
+        // stream and is only trusted when the video is the only stream.
         const bool from_bitrate = fmt->duration_estimation_method == AVFMT_DURATION_FROM_BITRATE;
+        double exact = 0.0;
+        if (st->duration != AV_NOPTS_VALUE && st->duration > 0) {
+            exact = double(st->duration) * av_q2d(st->time_base);
+        } else if (const AVDictionaryEntry* tag = av_dict_get(st->metadata, "DURATION", nullptr, 0)) {
+            int64_t us = 0;
+            // the end time of the track, not its length
+            if (av_parse_time(&us, tag->value, 1) == 0 && us > 0) {
+                exact = double(us) / AV_TIME_BASE;
+                if (st->start_time != AV_NOPTS_VALUE) exact -= double(st->start_time) * av_q2d(st->time_base);
+            }
+        } else if (fmt->nb_streams == 1 && fmt->duration != AV_NOPTS_VALUE && fmt->duration > 0 && !from_bitrate) {
+            exact = double(fmt->duration) / AV_TIME_BASE;
+        }
+        if (exact > 0) {
+            info.duration_seconds = exact;
+        } else if (fmt->duration != AV_NOPTS_VALUE && fmt->duration > 0) {
+            double span = double(fmt->duration) / AV_TIME_BASE;
+            if (fmt->start_time != AV_NOPTS_VALUE && st->start_time != AV_NOPTS_VALUE)
+                span -= double(st->start_time) * av_q2d(st->time_base) - double(fmt->start_time) / AV_TIME_BASE;
+            info.duration_seconds = std::max(0.0, span);
+        }
         if (st->nb_frames > 0) {
             info.frame_count = st->nb_frames;
             expected_frames = st->nb_frames;
         } else if (info.duration_seconds > 0) {
             info.frame_count = int64_t(std::llround(info.duration_seconds * info.frame_rate.value()));
-            if (!from_bitrate) expected_frames = info.frame_count;
+            if (exact > 0) expected_frames = info.frame_count;
         }
 
         info.field_order = field_order_from(st->codecpar->field_order);

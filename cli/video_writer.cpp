@@ -293,8 +293,11 @@ struct VideoWriter::Impl {
             apending = false;
             if (apkt->pts != AV_NOPTS_VALUE) apkt->pts -= shift;
             if (apkt->dts != AV_NOPTS_VALUE) apkt->dts -= shift;
-            if (apkt->pts != AV_NOPTS_VALUE && apkt->pts + apkt->duration <= 0) {
-                av_packet_unref(apkt);  // sound from before the first picture
+            if (shift != 0 && apkt->pts != AV_NOPTS_VALUE && apkt->pts < 0) {
+                // Sound from before the first picture. A packet reaching over
+                // it goes too: kept, it would make the muxer shift the picture.
+                // (Unshifted sound keeps its own lead-in, such as AAC priming.)
+                av_packet_unref(apkt);
                 continue;
             }
             AVStream* os = fmt->streams[amap[apkt->stream_index]];

@@ -393,5 +393,45 @@ TEST(VideoWriter, CarriesAudioOverOrSaysWhyNot) {
     }
 }
 
+// The input's first picture comes 0.2 s after its sound starts: the output
+// starts with that picture at time 0, the sound before it is cut (whole
+// packets) and the rest moves up by 0.2 s.
+TEST(VideoWriter, AudioIsRetimedAgainstTheFirstPicture) {
+    ScratchDir dir;
+    const std::string src = dir.file("late_video.mkv"), out = dir.file("out.mkv");
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=64x48:rate=25 -f lavfi -i sine=frequency=440:sample_rate=48000 "
+                       "-t 1 -vf setpts=PTS+0.2/TB -c:v ffv1 -c:a pcm_s16le " +
+                       src));
+    VideoReader r(src);
+    const auto frames = read_all(r, 8);
+    ASSERT_EQ(frames.size(), 20u);
+    WriterOptions o = options(64, 48, 8, {25, 1});
+    o.audio_source = src;
+    {
+        VideoWriter w(out, o);
+        for (const auto& f : frames) w.write(f);
+        w.finish();
+        ASSERT_EQ(w.audio_streams_copied(), 1);
+    }
+    AVFormatContext* fmt = nullptr;
+    ASSERT_GE(avformat_open_input(&fmt, out.c_str(), nullptr, nullptr), 0);
+    ASSERT_GE(avformat_find_stream_info(fmt, nullptr), 0);
+    double first[2] = {1e9, 1e9}, audio_seconds = 0;
+    AVPacket* pkt = av_packet_alloc();
+    while (av_read_frame(fmt, pkt) >= 0) {
+        const AVStream* st = fmt->streams[pkt->stream_index];
+        const bool audio = st->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
+        first[audio] = std::min(first[audio], pkt->pts * av_q2d(st->time_base));
+        if (audio) audio_seconds += pkt->duration * av_q2d(st->time_base);
+        av_packet_unref(pkt);
+    }
+    av_packet_free(&pkt);
+    avformat_close_input(&fmt);
+    EXPECT_NEAR(first[0], 0.0, 0.001);
+    EXPECT_GE(first[1], 0.0);
+    EXPECT_LT(first[1], 0.03);
+    EXPECT_NEAR(audio_seconds, 0.8, 0.03);
+}
+
 }  // namespace
 }  // namespace tessen::cli

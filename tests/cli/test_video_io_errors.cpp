@@ -159,6 +159,7 @@ TEST(VideoWriterErrors, WriteFailureIsReportedAndCleanedUp) {
             std::fprintf(stderr, "cause=[%s] clean=%d\n", cause.c_str(), int(clean));
             std::exit(contains(cause, "file too large") && clean ? 0 : 1);
         };
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
         EXPECT_EXIT(write_until_full(), ::testing::ExitedWithCode(0), "")
             << name;
     }
