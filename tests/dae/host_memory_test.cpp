@@ -29,8 +29,8 @@ struct PlacedSuite {
         return reinterpret_cast<PF_Handle>(&handle_cell);
     }
     static void* Lock(PF_Handle) { return next_base; }
-    static void Unlock(PF_Handle) { ++unlocked; }
-    static void Dispose(PF_Handle) { ++disposed; }
+    static void Unlock(PF_Handle h) { unlocked += h == reinterpret_cast<PF_Handle>(&handle_cell); }
+    static void Dispose(PF_Handle h) { disposed += h == reinterpret_cast<PF_Handle>(&handle_cell); }
     static PF_HandleSuite1 Make() {
         PF_HandleSuite1 s{};
         s.host_new_handle = New;
@@ -120,6 +120,14 @@ TEST(HandleMemory, ZeroBytesAsksFor48ByteHandle) {
     // The largest 32-bit request does not wrap.
     DAE::AllocateHandleMemory(&suite, 0xFFFFFFFFu);
     EXPECT_EQ(PlacedSuite::last_size, (0xFFFFFFFFull + 48) & ~15ull);
+}
+
+TEST(HandleMemory, NullLockGivesNullAndLeavesTheHandleAlone) {
+    const PF_HandleSuite1 suite = PlacedSuite::Make();
+    PlacedSuite::next_base = nullptr;
+    PlacedSuite::disposed = PlacedSuite::unlocked = 0;
+    EXPECT_EQ(DAE::AllocateHandleMemory(&suite, 64), nullptr);
+    EXPECT_EQ(PlacedSuite::disposed, 0);
 }
 
 TEST(HandleMemory, FailuresGiveNull) {
