@@ -135,6 +135,34 @@ TEST(CliRender, StillClipThroughFfv1ComesBackExactly) {
     }
 }
 
+TEST(CliRender, ShowAndDraftReachTheEffect) {
+    // On a still picture, upper field first, the "Field 0" view and the draft
+    // path both give the upper field with the lower lines interpolated: even
+    // rows exact, odd rows not. "Result" would weave them back exactly.
+    ScratchDir dir;
+    const HostFrame still = noise_frame(64, 48, 8, 11);
+    const std::string in = write_clip(dir, "still.mkv", std::vector<HostFrame>(3, still), {25, 1});
+    const std::vector<std::vector<std::string>> variants = {{"--show", "field0"}, {"--draft"}};
+    int n = 0;
+    for (const auto& extra : variants) {
+        SCOPED_TRACE(extra[0]);
+        const std::string out = dir.file("out" + std::to_string(n++) + ".mkv");
+        std::vector<std::string> args = {"render", in, out, "--source", "pal", "--field-order", "upper", "--quiet"};
+        args.insert(args.end(), extra.begin(), extra.end());
+        RunResult r = run_tessen(args, dir.path().string());
+        ASSERT_EQ(r.exit_code, 0) << r.err;
+        ReadBack rb = read_all(out);
+        ASSERT_EQ(rb.frames.size(), 3u);
+        const HostFrame& f = rb.frames[1];
+        int even_diff = 0, odd_diff = 0;
+        for (int y = 0; y < 46; ++y)
+            for (size_t b = 0; b < f.rowbytes; ++b)
+                (y % 2 ? odd_diff : even_diff) += f.row8(y)[b] != still.row8(y)[b];
+        EXPECT_EQ(even_diff, 0);
+        EXPECT_GT(odd_diff, 0);
+    }
+}
+
 TEST(CliAutoSetup, ReportsTheEffectsMessageForNtscAndPal) {
     ScratchDir dir;
     const std::string ntsc = make_clip(dir, "ntsc.mkv", 720, 480, "30000/1001", 2);

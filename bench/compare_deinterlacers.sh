@@ -1,0 +1,69 @@
+#!/usr/bin/env bash
+# Speed of tessen against FFmpeg's own deinterlacers on the same clip, in one
+# run: frames per second of each and their ratio to tessen.
+#
+#   bench/compare_deinterlacers.sh [CLIP] [--tessen PATH] [--threads N]
+#
+# Without CLIP an interlaced 720x480 NTSC clip (10 s, 300 frames, FFV1) is
+# made with FFmpeg's test source. Every tool makes one progressive frame per
+# interlaced frame (tessen at 29.97, the filters with mode=send_frame), so the
+# frame counts match. FFmpeg runs with one thread by default, as the effect
+# does; --threads 0 lets it use all cores. FFmpeg discards its frames
+# (-f null); tessen writes FFV1, and the "ffmpeg ffv1 encode" line shows what
+# writing alone costs.
+set -euo pipefail
+
+here=$(cd "$(dirname "$0")" && pwd)
+root=$(cd "$here/.." && pwd)
+tessen="${TESSEN:-$root/build/cli/tessen}"
+threads=1
+clip=""
+while [[ $# -gt 0 ]]; do
+    case "$1" in
+        --tessen) tessen="$2"; shift 2 ;;
+        --threads) threads="$2"; shift 2 ;;
+        -h|--help) sed -n '2,13p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+        *) clip="$1"; shift ;;
+    esac
+done
+
+command -v ffmpeg >/dev/null || { echo "compare_deinterlacers: ffmpeg not found" >&2; exit 1; }
+[[ -x "$tessen" ]] || { echo "compare_deinterlacers: $tessen not found (build first, or pass --tessen)" >&2; exit 1; }
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+if [[ -z "$clip" ]]; then
+    clip="$work/clip.mkv"
+    # 59.94p test pattern woven into 29.97i, upper field first.
+    ffmpeg -v error -f lavfi -i "testsrc2=size=720x480:rate=60000/1001:duration=20.02" \
+        -vf "tinterlace=mode=interleave_top,setfield=tff" -frames:v 300 -c:v ffv1 -pix_fmt yuv422p "$clip"
+fi
+frames=$(ffprobe -v error -select_streams v:0 -count_frames -show_entries stream=nb_read_frames -of csv=p=0 "$clip")
+size=$(ffprobe -v error -select_streams v:0 -show_entries stream=width,height -of csv=s=x:p=0 "$clip")
+
+now() { date +%s.%N; }
+declare -a names fps
+run() {  # name, command...
+    local name="$1"; shift
+    local t0 t1
+    t0=$(now)
+    "$@" >/dev/null 2>"$work/err" || { echo "compare_deinterlacers: $name failed:" >&2; cat "$work/err" >&2; exit 1; }
+    t1=$(now)
+    names+=("$name")
+    fps+=("$(awk -v f="$frames" -v a="$t0" -v b="$t1" 'BEGIN { printf "%.3f", f / (b - a) }')")
+}
+
+ff=(ffmpeg -v error -threads "$threads" -filter_threads "$threads" -i "$clip")
+run "tessen (Tessen Plus)" "$tessen" render "$clip" "$work/tessen.mkv" --rate 29.97 --quiet -y
+run "ffmpeg bwdif" "${ff[@]}" -vf bwdif=mode=send_frame -f null -
+run "ffmpeg yadif" "${ff[@]}" -vf yadif=mode=send_frame -f null -
+run "ffmpeg w3fdif" "${ff[@]}" -vf w3fdif=mode=frame -f null -
+run "ffmpeg ffv1 encode" "${ff[@]}" -c:v ffv1 -y "$work/copy.mkv"
+
+echo "clip: $clip ($size, $frames frames); ffmpeg threads: $threads"
+echo "machine: $(uname -m), $(grep -m1 'model name' /proc/cpuinfo 2>/dev/null | cut -d: -f2 | sed 's/^ //'), $(nproc) cores"
+printf '%-24s %10s %16s\n' "tool" "fps" "x tessen speed"
+for i in "${!names[@]}"; do
+    printf '%-24s %10.1f %16.2f\n' "${names[$i]}" "${fps[$i]}" "$(awk -v a="${fps[$i]}" -v b="${fps[0]}" 'BEGIN { printf "%.3f", a / b }')"
+done
