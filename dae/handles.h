@@ -4,6 +4,7 @@
 #pragma once
 #include <cstddef>
 
+#include "dae/exceptions.h"
 #include "hostapi/host_api.h"
 
 namespace DAE {
@@ -104,12 +105,6 @@ private:
 
     AEHandleT<tData> handle_;
 };
-
-}  // namespace DAE
-
-#include "dae/exceptions.h"
-
-namespace DAE {
 
 template <typename P>
 void Handle_Array<P>::Push(P value) {
