@@ -171,6 +171,7 @@ PF_Err EffectInstance::call(PF_Cmd cmd, PF_LayerDef* output, void* extra) {
                              cmd != PF_Cmd_GLOBAL_SETDOWN && !params_.empty();
     PF_ParamDef** params = with_params ? ptrs_.data() : nullptr;
 
+    const auto balances_before = host_->suite_balances();
     PF_Err err;
     try {
         err = entry_(cmd, &in, &out, params, output, extra);
@@ -179,6 +180,15 @@ PF_Err EffectInstance::call(PF_Cmd cmd, PF_LayerDef* output, void* extra) {
         err = PF_Err_INTERNAL_STRUCT_DAMAGED;
     }
 
+    if (check_suites_) {
+        for (const auto& kv : host_->suite_balances()) {
+            auto it = balances_before.find(kv.first);
+            if (kv.second > (it == balances_before.end() ? 0 : it->second)) {
+                host_->report_problem("command " + std::to_string(cmd) + " left \"" + kv.first.first + "\" v" +
+                                      std::to_string(kv.first.second) + " acquired");
+            }
+        }
+    }
     for (size_t i = 0; i < params_.size(); ++i) {
         if (params_[i].uu.change_flags & PF_ChangeFlag_CHANGED_VALUE) changes_[i]++;
         params_[i].uu.id = ids_[i];

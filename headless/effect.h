@@ -45,8 +45,9 @@ void time_base_for_rate(double fps, A_u_long* time_scale, A_long* time_step);
 
 class EffectInstance {
 public:
-    // Calls `entry` (linked in-process or taken from a loaded module).
-    // Without a host it makes its own; with one it borrows it.
+    // Calls `entry` (linked in-process or taken from a loaded module, which
+    // must stay loaded while the instance lives: the destructor still calls
+    // it). Without a host it makes its own; with one it borrows it.
     explicit EffectInstance(PF_FilterProc entry);
     EffectInstance(PF_FilterProc entry, Host& host);
     // Sends sequence set-down and global set-down if still set up.
@@ -81,7 +82,11 @@ public:
     A_long layer_height() const;
 
     // ---- commands; each returns the entry point's result
+    // Any command. Suites the effect acquires during a command must be
+    // released by its end (they live for one command); what is left is
+    // reported as a problem naming the command, unless switched off.
     PF_Err call(PF_Cmd cmd, PF_LayerDef* output = nullptr, void* extra = nullptr);
+    void set_check_suites_per_command(bool on) { check_suites_ = on; }
     PF_Err about() { return call(PF_Cmd_ABOUT); }
     PF_Err global_setup();
     PF_Err params_setup();
@@ -184,6 +189,7 @@ private:
     PF_Handle seq_ = nullptr;
     PF_Handle flattened_ = nullptr;
 
+    bool check_suites_ = true;
     bool ever_set_up_ = false;  // parameter set-up has run (its parameters are in the host's record)
     std::vector<PF_ParamDef> params_;
     std::vector<A_long> ids_;

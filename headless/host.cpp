@@ -639,6 +639,15 @@ int Host::total_acquisitions() const {
     return n;
 }
 
+std::map<std::pair<std::string, int32>, int> Host::suite_balances() const {
+    std::lock_guard<std::recursive_mutex> lock(mutex_);
+    std::map<std::pair<std::string, int32>, int> out;
+    for (const auto& kv : counts_) {
+        if (kv.second.acquired != kv.second.released) out[kv.first] = kv.second.acquired - kv.second.released;
+    }
+    return out;
+}
+
 Host::HandleRec* Host::find_handle(PF_Handle h) const {
     auto it = handles_.find(h);
     return it == handles_.end() ? nullptr : it->second.get();

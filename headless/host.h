@@ -78,6 +78,8 @@ public:
     int unreleased_suites() const;
     // Total successful acquisitions since construction.
     int total_acquisitions() const;
+    // acquired - released per (name, version) with a non-zero balance.
+    std::map<std::pair<std::string, int32>, int> suite_balances() const;
 
     // ---- memory handles ("PF Handle Suite" 2 and the PF_UtilCallbacks handle functions)
     const PF_HandleSuite1* handle_suite() const { return &handle_suite_; }

@@ -177,6 +177,20 @@ TEST(EffectLifecycle, HostChecksWhatTheEffectGetsWrong) {
     EXPECT_NE(host.leak_report().find("1 handle(s) not disposed"), std::string::npos);
 }
 
+TEST(EffectLifecycle, SuitesHeldPastTheirCommandAreReported) {
+    ScriptScope s([](PF_Cmd cmd, PF_InData* in, PF_OutData*, PF_ParamDef**, PF_LayerDef*, void*) -> PF_Err {
+        if (cmd == PF_Cmd_FRAME_SETUP) acquire<PFAppSuite4>(in, "PF AE App Suite", 6);
+        if (cmd == PF_Cmd_FRAME_SETDOWN) in->pica_basicP->ReleaseSuite("PF AE App Suite", 6);
+        return PF_Err_NONE;
+    });
+    EffectInstance fx(Entry);
+    fx.frame_setup();
+    fx.frame_setdown();
+    ASSERT_EQ(fx.host().problems().size(), 1u);
+    EXPECT_EQ(fx.host().problems()[0], "command 10 left \"PF AE App Suite\" v6 acquired");
+    EXPECT_EQ(fx.host().unreleased_suites(), 0);
+}
+
 TEST(EffectLifecycle, AllocationFailureReachesTheEffect) {
     ScriptScope s(small_effect);
     Host host;
