@@ -367,10 +367,12 @@ struct VideoReader::Impl {
     }
 
     void convert_scaled(const AVPixFmtDescriptor* d, HostFrame& out) {
-        // 8-bit sources to 8-bit pixels go through 8-bit RGB; everything else
-        // through 16-bit RGB, converted to the host's range here.
+        // 8-bit sources to 8-bit pixels go through 8-bit ARGB (the host's
+        // layout); everything else through planar 16-bit RGB (the scaler
+        // writes packed 16-bit RGB much more slowly), converted to the host's
+        // range here.
         const bool narrow = out.depth == 8 && d && d->comp[0].depth <= 8;
-        const AVPixelFormat dst = narrow ? AV_PIX_FMT_ARGB : AV_PIX_FMT_RGBA64;
+        const AVPixelFormat dst = narrow ? AV_PIX_FMT_ARGB : AV_PIX_FMT_GBRAP16;
         // Interlaced video with vertically subsampled chroma keeps each
         // field's chroma on that field's lines: convert the fields apart, so
         // that colour never bleeds from one moment in time into the other.
@@ -404,33 +406,40 @@ struct VideoReader::Impl {
                 src[p] = frame->data[p] + size_t(f) * frame->linesize[p];
                 src_stride[p] = frame->linesize[p] * fields;
             }
-            uint8_t* dst_plane[4] = {rgb->data[0] + size_t(f) * rgb->linesize[0]};
-            const int dst_stride[4] = {rgb->linesize[0] * fields};
+            uint8_t* dst_plane[4] = {};
+            int dst_stride[4] = {};
+            for (int p = 0; p < 4 && rgb->data[p]; ++p) {
+                dst_plane[p] = rgb->data[p] + size_t(f) * rgb->linesize[p];
+                dst_stride[p] = rgb->linesize[p] * fields;
+            }
             sws_scale(sws, src, src_stride, 0, sh, dst_plane, dst_stride);
         }
         const int w = frame->width;
         for (int y = 0; y < frame->height; ++y) {
-            const uint8_t* src = rgb->data[0] + size_t(y) * rgb->linesize[0];
             if (narrow) {
-                std::memcpy(out.row8(y), src, size_t(w) * 4);
+                std::memcpy(out.row8(y), rgb->data[0] + size_t(y) * rgb->linesize[0], size_t(w) * 4);
+                continue;
+            }
+            // gbrap planes: 0 G, 1 B, 2 R, 3 A
+            const uint16_t* plane[4];
+            for (int p = 0; p < 4; ++p)
+                plane[p] = reinterpret_cast<const uint16_t*>(rgb->data[p] + size_t(y) * rgb->linesize[p]);
+            const uint16_t *g = plane[0], *b = plane[1], *r = plane[2], *a = plane[3];
+            if (out.depth == 8) {
+                uint8_t* o = out.row8(y);
+                for (int x = 0; x < w; ++x) {
+                    o[4 * x + 0] = u8_from_bits(a[x], 16);
+                    o[4 * x + 1] = u8_from_bits(r[x], 16);
+                    o[4 * x + 2] = u8_from_bits(g[x], 16);
+                    o[4 * x + 3] = u8_from_bits(b[x], 16);
+                }
             } else {
-                const uint16_t* s = reinterpret_cast<const uint16_t*>(src);  // R, G, B, A
-                if (out.depth == 8) {
-                    uint8_t* o = out.row8(y);
-                    for (int x = 0; x < w; ++x) {
-                        o[4 * x + 0] = u8_from_bits(s[4 * x + 3], 16);
-                        o[4 * x + 1] = u8_from_bits(s[4 * x + 0], 16);
-                        o[4 * x + 2] = u8_from_bits(s[4 * x + 1], 16);
-                        o[4 * x + 3] = u8_from_bits(s[4 * x + 2], 16);
-                    }
-                } else {
-                    uint16_t* o = out.row16(y);
-                    for (int x = 0; x < w; ++x) {
-                        o[4 * x + 0] = host16_from_16(s[4 * x + 3]);
-                        o[4 * x + 1] = host16_from_16(s[4 * x + 0]);
-                        o[4 * x + 2] = host16_from_16(s[4 * x + 1]);
-                        o[4 * x + 3] = host16_from_16(s[4 * x + 2]);
-                    }
+                uint16_t* o = out.row16(y);
+                for (int x = 0; x < w; ++x) {
+                    o[4 * x + 0] = host16_from_16(a[x]);
+                    o[4 * x + 1] = host16_from_16(r[x]);
+                    o[4 * x + 2] = host16_from_16(g[x]);
+                    o[4 * x + 3] = host16_from_16(b[x]);
                 }
             }
         }

@@ -373,11 +373,12 @@ struct VideoWriter::Impl {
     }
 
     // RGB to YUV through the scaler, from packed 8-bit ARGB (the host's own
-    // 8-bit layout) or 16-bit RGBA.
+    // 8-bit layout) or planar 16-bit RGB (the scaler reads packed 16-bit RGB
+    // much more slowly).
     void scale_into_frame(const HostFrame& in) {
         if (!sws || sws_depth != in.depth) {
             sws_freeContext(sws);
-            const AVPixelFormat src = in.depth == 8 ? AV_PIX_FMT_ARGB : AV_PIX_FMT_RGBA64;
+            const AVPixelFormat src = in.depth == 8 ? AV_PIX_FMT_ARGB : AV_PIX_FMT_GBRP16;
             sws = sws_getContext(in.width, in.height, src, enc->width, enc->height, enc->pix_fmt,
                                  SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr);
             if (!sws) fail("cannot set up the colour conversion");
@@ -391,18 +392,18 @@ struct VideoWriter::Impl {
             check(av_frame_get_buffer(staging, 0), "out of memory");
         }
         for (int y = 0; y < in.height; ++y) {
-            uint8_t* o = staging->data[0] + size_t(y) * staging->linesize[0];
             if (in.depth == 8) {
-                std::memcpy(o, in.row8(y), size_t(in.width) * 4);
-            } else {
-                const uint16_t* s = in.row16(y);
-                uint16_t* d = reinterpret_cast<uint16_t*>(o);
-                for (int x = 0; x < in.width; ++x) {
-                    d[4 * x + 0] = u16_from_host16(s[4 * x + 1]);
-                    d[4 * x + 1] = u16_from_host16(s[4 * x + 2]);
-                    d[4 * x + 2] = u16_from_host16(s[4 * x + 3]);
-                    d[4 * x + 3] = u16_from_host16(s[4 * x + 0]);
-                }
+                std::memcpy(staging->data[0] + size_t(y) * staging->linesize[0], in.row8(y), size_t(in.width) * 4);
+                continue;
+            }
+            const uint16_t* s = in.row16(y);
+            auto* g = reinterpret_cast<uint16_t*>(staging->data[0] + size_t(y) * staging->linesize[0]);
+            auto* b = reinterpret_cast<uint16_t*>(staging->data[1] + size_t(y) * staging->linesize[1]);
+            auto* r = reinterpret_cast<uint16_t*>(staging->data[2] + size_t(y) * staging->linesize[2]);
+            for (int x = 0; x < in.width; ++x) {
+                r[x] = u16_from_host16(s[4 * x + 1]);
+                g[x] = u16_from_host16(s[4 * x + 2]);
+                b[x] = u16_from_host16(s[4 * x + 3]);
             }
         }
         sws_scale(sws, staging->data, staging->linesize, 0, in.height, frame->data, frame->linesize);
