@@ -17,8 +17,9 @@ using tPixel = CVFloatWorld::tPixel;
 
 // One host command per test; afterwards every handle must be back and the
 // host must have seen no misuse. Handle data sits 8 bytes off a 16-byte
-// boundary so that the allocator's slack behind a block is under one pixel
-// and a pixel written past a block reaches the sanitizer.
+// boundary so that the allocator's slack behind a block is under one pixel:
+// a pixel written past a block lands on the host's guard bytes and shows as
+// a host problem.
 class ImageTest : public ::testing::Test {
 protected:
     ImageTest() { ctx_.host().set_handle_misalignment(8); }
