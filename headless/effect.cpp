@@ -383,7 +383,16 @@ PF_Err EffectInstance::checkout(PF_ParamIndex index, A_long time, A_long step, A
         return PF_Err_NONE;
     }
     const A_long frame = clip_frame_at(static_cast<double>(time) / scale, clip_.fps, clip_.frame_count);
-    auto world = std::make_unique<World>(make_layer(frame));
+    // Nothing may unwind through the effect's frames: a failing clip becomes an error code.
+    std::unique_ptr<World> world;
+    try {
+        world = std::make_unique<World>(make_layer(frame));
+    } catch (const std::bad_alloc&) {
+        return PF_Err_OUT_OF_MEMORY;
+    } catch (const std::exception& e) {
+        host_->report_problem(std::string("input clip failed at frame ") + std::to_string(frame) + ": " + e.what());
+        return PF_Err_INTERNAL_STRUCT_DAMAGED;
+    }
     world->def().extent_hint = PF_UnionableRect{0, 0, world->width(), world->height()};
     std::memset(param, 0, sizeof *param);
     param->param_type = PF_Param_LAYER;

@@ -43,6 +43,8 @@ A_long clip_frame_at(double seconds, double fps, A_long frame_count);
 // 30 -> 3000/100; any other rate -> round(rate × 100)/100.
 void time_base_for_rate(double fps, A_u_long* time_scale, A_long* time_step);
 
+// One instance per Host at a time: the instance serves the Host's layer
+// checkouts and the project and Effect Controls suites while it lives.
 class EffectInstance {
 public:
     // Calls `entry` (linked in-process or taken from a loaded module, which

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <stdexcept>
 #include <vector>
 
 namespace {
@@ -126,6 +127,27 @@ TEST(Checkout, CurrentFrameIsParameterZeroAndUnreleasedCheckoutsAreSeen) {
     PF_ParamDef p{};
     EXPECT_EQ(e.in_data().inter.checkout_param(e.in_data().effect_ref, 7, 0, 1, 25, &p), PF_Err_INVALID_INDEX);
     EXPECT_EQ(e.host().problems().size(), 2u);
+}
+
+TEST(Checkout, AFailingClipBecomesAnErrorCodeNotAnException) {
+    PF_Err seen = PF_Err_NONE;
+    FxScope fx([&](PF_Cmd cmd, PF_InData* in, PF_ParamDef**, PF_LayerDef*) -> PF_Err {
+        if (cmd != PF_Cmd_RENDER) return PF_Err_NONE;
+        PF_ParamDef p{};
+        seen = in->inter.checkout_param(in->effect_ref, 0, 500, 100, 2997, &p);
+        return PF_Err_NONE;
+    });
+    EffectInstance e(Entry);
+    InputClip c = numbered_clip(20, 29.97);
+    c.frame = [](A_long i, World& w) {
+        if (i == 5) throw std::runtime_error("decoder gave up");
+        w.fill(PF_Pixel{}, PF_Pixel16{});
+    };
+    e.set_input(c);
+    ASSERT_EQ(e.render(), PF_Err_NONE);
+    EXPECT_EQ(seen, PF_Err_INTERNAL_STRUCT_DAMAGED);
+    ASSERT_EQ(e.host().problems().size(), 1u);
+    EXPECT_EQ(e.host().problems()[0], "input clip failed at frame 5: decoder gave up");
 }
 
 TEST(Worlds, RowsArePaddedToSixteenBytesAndDownsamplingScalesTheLayer) {
