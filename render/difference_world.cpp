@@ -49,49 +49,90 @@ struct Evidence {
     float still;
 };
 
-// P and R are fields of the same parity, Q the one between them. Q takes no
-// part in the result: its term compares Q's row with itself and is always 0.
-Evidence Evaluate(const Ramps& ramps, A_long spread, bool upper, A_long width, A_long height,
-                  const CVFloatWorld& P, const CVFloatWorld& /*Q*/, const CVFloatWorld& R, A_long x, A_long y)
+// Half the value difference of P and R along one field row.
+void DiffRow(const CVFloatWorld& P, const CVFloatWorld& R, A_long y, A_long width, float* out)
 {
-    const A_long yy = Clamp(y + (upper ? 0 : 1), 0, height - 1);
+    for (A_long x = 0; x < width; ++x) out[x] = Diff(Value(R, x, y), Value(P, x, y));
+}
+
+// Evidence at x from the differences d of two same-parity fields along the
+// row in question. The field between them would enter only through a term
+// that compares its row with itself and is always 0, so it is not read.
+Evidence Evaluate(const Ramps& ramps, A_long spread, A_long width, const float* d, A_long x)
+{
     float sAll = 1.0f, sRight = 1.0f, tLeft = 1.0f, sLeft = 1.0f, tRight = 1.0f;
     for (A_long dx = -spread; dx <= spread; ++dx) {
-        const A_long xx = Clamp(x + dx, 0, width - 1);
-        const float d = Diff(Value(R, xx, yy), Value(P, xx, yy));
-        const float s = ramps.Same(d);
-        const float t = ramps.Changed(d);
+        const float v = d[Clamp(x + dx, 0, width - 1)];
+        const float s = ramps.Same(v);
+        const float t = ramps.Changed(v);
         sAll = Min(sAll, s);
         if (dx >= 0) sRight = Min(sRight, s);
         if (dx < 0) tLeft = Min(tLeft, t);
         if (dx <= 0) sLeft = Min(sLeft, s);
         if (dx > 0) tRight = Min(tRight, t);
     }
-    const float tCentre = ramps.Changed(Diff(Value(R, x, yy), Value(P, x, yy)));
+    const float tCentre = ramps.Changed(d[x]);
     Evidence e;
     e.moved = Max(Min(tRight, tLeft), tCentre);
-    const float qTerm = 0.0f;
-    e.still = Max(Max(Max(sAll, Min(sRight, tLeft)), Min(sLeft, tRight)), qTerm);
+    const float selfTerm = 0.0f;
+    e.still = Max(Max(Max(sAll, Min(sRight, tLeft)), Min(sLeft, tRight)), selfTerm);
     return e;
 }
 
-// One running 15-sample mean over n samples spaced `stride` floats apart.
-// The sum starts with 7 copies of the first sample plus samples 0..min(7, n-2);
-// the leaving index stays on 0 until the position reaches 7 and the entering
-// index stops at the last sample, so both ends repeat the edge sample.
-void BoxLine(const float* src, float* dst, A_long n, A_long stride)
+// Running 15-sample means along rows (stride 1) or, row by row with one
+// running sum per column, down columns. Per line of n samples: the sum
+// starts with 7 copies of the first sample plus samples 0..min(7, n - 2);
+// the leaving index stays on 0 until the position reaches 7 and the
+// entering index stops at the last sample, so both ends repeat the edge
+// sample.
+struct BoxWalk {
+    A_long n;
+    A_long firstEnd;
+    explicit BoxWalk(A_long count) : n(count), firstEnd(count - 2 < kSmoothRadius ? count - 2 : kSmoothRadius) {}
+};
+
+constexpr float kBoxInv = 1.0f / 15.0f;
+
+void BoxRow(const float* src, float* dst, A_long n)
 {
-    const float inv = 1.0f / 15.0f;
+    const BoxWalk walk(n);
     float sum = src[0] * static_cast<float>(kSmoothRadius);
-    const A_long firstEnd = n - 2 < kSmoothRadius ? n - 2 : kSmoothRadius;
-    for (A_long i = 0; i <= firstEnd; ++i) sum += src[i * stride];
-    A_long enter = firstEnd + 1;
+    for (A_long i = 0; i <= walk.firstEnd; ++i) sum += src[i];
+    A_long enter = walk.firstEnd + 1;
     A_long leave = 0;
     for (A_long x = 0; x < n; ++x) {
-        dst[x * stride] = sum * inv;
-        sum += src[enter * stride] - src[leave * stride];
+        dst[x] = sum * kBoxInv;
+        sum += src[enter] - src[leave];
         if (enter < n - 1) ++enter;
         if (x >= kSmoothRadius) ++leave;
+    }
+}
+
+// The same recurrence for every column at once; `sums` holds one running
+// sum per column.
+void BoxColumns(const CVSingleFloatWorld& src, CVSingleFloatWorld& dst, float* sums)
+{
+    const A_long w = src.width;
+    const A_long n = src.height;
+    const BoxWalk walk(n);
+    const float* first = src.row_ptr(0);
+    for (A_long x = 0; x < w; ++x) sums[x] = first[x] * static_cast<float>(kSmoothRadius);
+    for (A_long i = 0; i <= walk.firstEnd; ++i) {
+        const float* row = src.row_ptr(i);
+        for (A_long x = 0; x < w; ++x) sums[x] += row[x];
+    }
+    A_long enter = walk.firstEnd + 1;
+    A_long leave = 0;
+    for (A_long y = 0; y < n; ++y) {
+        float* out = dst.row_ptr(y);
+        const float* in = src.row_ptr(enter);
+        const float* out_of = src.row_ptr(leave);
+        for (A_long x = 0; x < w; ++x) {
+            out[x] = sums[x] * kBoxInv;
+            sums[x] += in[x] - out_of[x];
+        }
+        if (enter < n - 1) ++enter;
+        if (y >= kSmoothRadius) ++leave;
     }
 }
 
@@ -127,21 +168,32 @@ void CVDifferenceWorld::ComputeEvidence(bool upper, const CVFloatWorld& fieldMin
 {
     const A_long w = width;
     const A_long h = height;
+    if (w <= 0 || h <= 0) return;
     const Ramps ramps{lowThreshold_, highThreshold_};
     const A_long r = upper ? 0 : 1;
+
+    // Differences of the two field pairs along the rows one map row needs.
+    CVSingleFloatWorld rows(w, 3);
+    RequireImage(rows);
+    float* nearRow = rows.row_ptr(0);   // Field -1 against Field +1
+    float* belowRow = rows.row_ptr(1);  // Field -2 against Field 0, next row
+    float* aboveRow = rows.row_ptr(2);  // Field -2 against Field 0, row before
+
     for (A_long y = 0; y < h; ++y) {
+        // The evidence row carries the lower-field offset; the neighbour
+        // rows carry it twice (once in the row asked for, once inside the
+        // evidence), which is the behaviour the render relies on.
+        DiffRow(fieldMinus1, fieldPlus1, Clamp(y + r, 0, h - 1), w, nearRow);
+        const bool hasBelow = r + y + 1 < h;
+        const bool hasAbove = r + y - 1 >= 0;
+        if (hasBelow) DiffRow(fieldMinus2, field0, Clamp(r + y + 1 + r, 0, h - 1), w, belowRow);
+        if (hasAbove) DiffRow(fieldMinus2, field0, Clamp(r + y - 1 + r, 0, h - 1), w, aboveRow);
+
         float* out = row_ptr(y);
         for (A_long x = 0; x < w; ++x) {
-            const Evidence e0 =
-                Evaluate(ramps, spread_, upper, w, h, fieldMinus1, field0, fieldPlus1, x, y);
-            // The neighbour rows carry the lower-field offset twice (here and
-            // inside Evaluate); that is the behaviour the render relies on.
-            Evidence e1{0.0f, 1.0f};
-            if (r + y + 1 < h)
-                e1 = Evaluate(ramps, spread_, upper, w, h, fieldMinus2, fieldMinus1, field0, x, r + y + 1);
-            Evidence e2{0.0f, 1.0f};
-            if (r + y - 1 >= 0)
-                e2 = Evaluate(ramps, spread_, upper, w, h, fieldMinus2, fieldMinus1, field0, x, r + y - 1);
+            const Evidence e0 = Evaluate(ramps, spread_, w, nearRow, x);
+            const Evidence e1 = hasBelow ? Evaluate(ramps, spread_, w, belowRow, x) : Evidence{0.0f, 1.0f};
+            const Evidence e2 = hasAbove ? Evaluate(ramps, spread_, w, aboveRow, x) : Evidence{0.0f, 1.0f};
             const float mMax = Max(e0.moved, Max(e1.moved, e2.moved));
             const float sMin = Min(e0.still, Min(e1.still, e2.still));
             const float sum = mMax + sMin;
@@ -157,9 +209,10 @@ void CVDifferenceWorld::Smooth()
     if (w <= 0 || h <= 0) return;
     CVSingleFloatWorld temp(w, h);
     RequireImage(temp);
-    for (A_long y = 0; y < h; ++y) BoxLine(row_ptr(y), temp.row_ptr(y), w, 1);
-    const A_long stride = static_cast<A_long>(rowbytes / sizeof(float));
-    for (A_long x = 0; x < w; ++x) BoxLine(temp.row_ptr(0) + x, row_ptr(0) + x, h, stride);
+    CVSingleFloatWorld sums(w, 1);
+    RequireImage(sums);
+    for (A_long y = 0; y < h; ++y) BoxRow(row_ptr(y), temp.row_ptr(y), w);
+    BoxColumns(temp, *this, sums.row_ptr(0));
 }
 
 void CVDifferenceWorld::ApplyMotionCurve()

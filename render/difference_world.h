@@ -20,9 +20,11 @@ public:
                  const CVFloatWorld& field0, const CVFloatWorld& fieldPlus1);
 
     // The steps of Compute, public so that each can be checked on its own.
+    // The first two take scratch rows from host memory and throw
+    // DAE::DAEAllocXCP when they get none.
     void ComputeEvidence(bool upper, const CVFloatWorld& fieldMinus2, const CVFloatWorld& fieldMinus1,
                          const CVFloatWorld& field0, const CVFloatWorld& fieldPlus1);
-    void Smooth();  // throws DAE::DAEAllocXCP when its scratch image gets no memory
+    void Smooth();
     void ApplyMotionCurve();
 
     // The "Difference" view: the map as opaque grey into a field image of

@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <random>
 
 namespace {
 
@@ -108,6 +110,63 @@ TEST_F(DifferenceTest, PixelValueUsesItsOwnThird)
     EXPECT_EQ(At(4, 1), 1.0f);
 }
 
+// The evidence step written out pixel by pixel, straight from its definition.
+float ReferenceEvidence(const CVFloatWorld* f, bool upper, float L, float U, A_long k, A_long x, A_long y, A_long W,
+                        A_long H)
+{
+    auto value = [](const CVFloatWorld& w, A_long px, A_long py) {
+        const float* p = w.data_at_point(px, py);
+        return (p[1] + p[2] + p[3]) * 0x1.555554p-2f;
+    };
+    auto same = [&](float d) { return d < L ? 1.0f : d > U ? 0.0f : (L - d) / (U - L) + 1.0f; };
+    auto changed = [&](float d) { return d < L ? 0.0f : d > U ? 1.0f : (d - L) / (U - L); };
+    auto mn = [](float a, float b) { return a > b ? b : a; };
+    auto mx = [](float a, float b) { return a < b ? b : a; };
+    struct E { float m, s; };
+    auto E_ = [&](const CVFloatWorld& P, const CVFloatWorld& R, A_long ex, A_long ey) {
+        const A_long yy = std::clamp<A_long>(ey + (upper ? 0 : 1), 0, H - 1);
+        float sAll = 1, sRight = 1, tLeft = 1, sLeft = 1, tRight = 1;
+        for (A_long dx = -k; dx <= k; ++dx) {
+            const A_long xx = std::clamp<A_long>(ex + dx, 0, W - 1);
+            const float d = std::fabs(value(P, xx, yy) - value(R, xx, yy)) * 0.5f;
+            sAll = mn(sAll, same(d));
+            if (dx >= 0) sRight = mn(sRight, same(d));
+            if (dx < 0) tLeft = mn(tLeft, changed(d));
+            if (dx <= 0) sLeft = mn(sLeft, same(d));
+            if (dx > 0) tRight = mn(tRight, changed(d));
+        }
+        const float tc = changed(std::fabs(value(P, ex, yy) - value(R, ex, yy)) * 0.5f);
+        return E{mx(mn(tRight, tLeft), tc), mx(mx(mx(sAll, mn(sRight, tLeft)), mn(sLeft, tRight)), 0.0f)};
+    };
+    const A_long r = upper ? 0 : 1;
+    const E e0 = E_(f[1], f[3], x, y);
+    const E e1 = r + y + 1 >= H ? E{0, 1} : E_(f[0], f[2], x, r + y + 1);
+    const E e2 = r + y - 1 < 0 ? E{0, 1} : E_(f[0], f[2], x, r + y - 1);
+    const float m = mx(e0.m, mx(e1.m, e2.m));
+    const float sm = mn(e0.s, mn(e1.s, e2.s));
+    return m + sm == 0.0f ? 0.0f : m / (m + sm);
+}
+
+TEST_F(DifferenceTest, EvidenceMatchesItsDefinitionOnNoise)
+{
+    // Values around the thresholds, so that every ramp is used.
+    Make(23, 7);
+    std::mt19937 rng(5);
+    std::uniform_real_distribution<float> jitter(0.0f, 0.08f);
+    for (auto& f : f_) FillGrey(f, [&](A_long, A_long) { return 0.4f + jitter(rng); });
+    for (bool upper : {true, false}) {
+        Evidence(upper);
+        A_long between = 0;
+        for (A_long y = 0; y < 7; ++y)
+            for (A_long x = 0; x < 23; ++x) {
+                const float ref = ReferenceEvidence(f_, upper, kDiffLow, kDiffHigh, kDiffSpread, x, y, 23, 7);
+                ASSERT_EQ(At(x, y), ref) << upper << " " << x << "," << y;
+                between += ref > 0.0f && ref < 1.0f;
+            }
+        EXPECT_GT(between, 10);
+    }
+}
+
 TEST_F(DifferenceTest, SmoothingIsA15By15MeanWithRepeatedEdges)
 {
     Make(40, 40);
@@ -135,6 +194,14 @@ TEST_F(DifferenceTest, SmoothingShortRowsCountOnlyTheSamplesTheyHave)
     map_->Smooth();
     for (A_long y = 0; y < 30; ++y)
         for (A_long x = 0; x < 3; ++x) ASSERT_NEAR(At(x, y), 9.0f / 15.0f, 1e-6f);
+    // Columns the same way: in a map of 2 rows the last row enters the sum
+    // only once, so a 1 there gives 0 above it and 1/15 on it.
+    Make(30, 2);
+    SetMap(0.0f);
+    for (A_long x = 0; x < 30; ++x) map_->row_ptr(1)[x] = 1.0f;
+    map_->Smooth();
+    EXPECT_NEAR(At(15, 0), 0.0f, 1e-6f);
+    EXPECT_NEAR(At(15, 1), 1.0f / 15.0f, 1e-6f);
 }
 
 TEST_F(DifferenceTest, MotionCurve)
