@@ -61,12 +61,19 @@ void Deartifact(long popupValue, CVFloatWorld& image, CVFloatWorld& scratch) {
 }
 
 void Deartifact_regular(long popupValue, CVFloatWorld& image, CVFloatWorld& scratch) {
-    if (!Filter(popupValue, image, scratch)) return;
+    if (Filter(popupValue, image, scratch)) RestoreLuma_regular(image, scratch);
+}
+
+void Deartifact_simd(long popupValue, CVFloatWorld& image, CVFloatWorld& scratch) {
+    if (Filter(popupValue, image, scratch)) RestoreLuma_simd(image, scratch);
+}
+
+void RestoreLuma_regular(CVFloatWorld& image, const CVFloatWorld& filtered) {
     const long w = image.width();
     const long h = image.height();
     for (long y = 0; y < h; ++y) {
         float* o = image.data_row_ptr(y);
-        const float* f = scratch.data_row_ptr(y);
+        const float* f = filtered.data_row_ptr(y);
         for (long x = 0; x < w; ++x, o += 4, f += 4) {
             const float yo = Luma(o);
             const float shift = yo - Luma(f);
@@ -112,15 +119,14 @@ float MaxColour(__m128 v) {
 
 }  // namespace
 
-void Deartifact_simd(long popupValue, CVFloatWorld& image, CVFloatWorld& scratch) {
-    if (!Filter(popupValue, image, scratch)) return;
+void RestoreLuma_simd(CVFloatWorld& image, const CVFloatWorld& filtered) {
     const long w = image.width();
     const long h = image.height();
     const __m128 weights = _mm_set_ps(kLumaB, kLumaG, kLumaR, 0.0f);
     const __m128 keepAlpha = _mm_castsi128_ps(_mm_set_epi32(0, 0, 0, -1));
     for (long y = 0; y < h; ++y) {
         float* o = image.data_row_ptr(y);
-        const float* f = scratch.data_row_ptr(y);
+        const float* f = filtered.data_row_ptr(y);
         for (long x = 0; x < w; ++x, o += 4, f += 4) {
             const __m128 vo = _mm_loadu_ps(o);
             const __m128 vf = _mm_loadu_ps(f);
@@ -146,8 +152,8 @@ void Deartifact_simd(long popupValue, CVFloatWorld& image, CVFloatWorld& scratch
 
 #else
 
-void Deartifact_simd(long popupValue, CVFloatWorld& image, CVFloatWorld& scratch) {
-    Deartifact_regular(popupValue, image, scratch);
+void RestoreLuma_simd(CVFloatWorld& image, const CVFloatWorld& filtered) {
+    RestoreLuma_regular(image, filtered);
 }
 
 #endif

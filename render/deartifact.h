@@ -17,3 +17,9 @@ void Deartifact(long popupValue, CVFloatWorld& image, CVFloatWorld& scratch);
 // The two builds (chosen by Deartifact from the processor); identical results.
 void Deartifact_regular(long popupValue, CVFloatWorld& image, CVFloatWorld& scratch);
 void Deartifact_simd(long popupValue, CVFloatWorld& image, CVFloatWorld& scratch);
+
+// The step after the median in each build: every pixel of `image` gets the
+// colour of `filtered` at its own luma, pulled back toward grey where a
+// channel leaves 0..1, and keeps its alpha.
+void RestoreLuma_regular(CVFloatWorld& image, const CVFloatWorld& filtered);
+void RestoreLuma_simd(CVFloatWorld& image, const CVFloatWorld& filtered);

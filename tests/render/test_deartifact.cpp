@@ -41,6 +41,27 @@ TEST_F(DeartifactTest, BuildsAgreeBitForBitAndLeavePaddingAlone) {
     }
 }
 
+// Colours far out of range, so that pixels take either clip step, or both.
+TEST_F(DeartifactTest, RestoreBuildsAgreeOnWildColours) {
+    CVFloatWorld original(33, 17), filtered(33, 17), a(33, 17), b(33, 17);
+    FillRandom(original, rng_, 0.0f, 1.0f);
+    FillRandom(filtered, rng_, -1.0f, 2.0f);
+    const std::vector<float> before = Snapshot(original);
+    CopyPixels(before, a);
+    CopyPixels(before, b);
+    RestoreLuma_regular(a, filtered);
+    RestoreLuma_simd(b, filtered);
+    EXPECT_TRUE(SameBits(Snapshot(a), Snapshot(b)));
+    for (long y = 0; y < 17; ++y)
+        for (long x = 0; x < 33; ++x) {
+            const Pixel was = At(original, x, y), now = At(a, x, y);
+            ASSERT_EQ(Bits(now[0]), Bits(was[0]));
+            ASSERT_NEAR(Luma(now), Luma(was), 2e-6f) << x << "," << y;
+            ASSERT_GE(std::min({now[1], now[2], now[3]}), -1e-6f) << x << "," << y;
+            ASSERT_LE(std::max({now[1], now[2], now[3]}), 1.0f + 1e-6f) << x << "," << y;
+        }
+}
+
 TEST_F(DeartifactTest, KeepsLumaAndAlphaAndClipsIntoRange) {
     CVFloatWorld image(30, 20), scratch(30, 20);
     for (DeartifactFn fn : kBuilds)
