@@ -156,6 +156,13 @@ struct VideoWriter::Impl {
         if (rgb_out) {
             color.matrix = AVCOL_SPC_RGB;
             color.range = AVCOL_RANGE_JPEG;
+        }
+        if (kind == OutputKind::PngSequence) {
+            // Untagged PNG is shown as sRGB, which is how the video looks on
+            // an ordinary display; a gAMA chunk of the video's transfer curve
+            // would make viewers brighten or darken the stills.
+            color.primaries = AVCOL_PRI_UNSPECIFIED;
+            color.transfer = AVCOL_TRC_UNSPECIFIED;
         } else {
             if (!yuv_matrix(color.matrix)) color.matrix = guess.matrix;
             color.range = AVCOL_RANGE_MPEG;

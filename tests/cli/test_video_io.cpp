@@ -338,6 +338,11 @@ TEST(VideoWriter, LossyAndImageOutputsCarryTheirDescription) {
         if (png) {
             EXPECT_TRUE(fs::exists(dir.file("img_00004.png")));
             EXPECT_FALSE(fs::exists(dir.file("img_00005.png")));
+            // untagged, so viewers show it as sRGB like the video
+            std::ifstream in(first, std::ios::binary);
+            const std::string bytes((std::istreambuf_iterator<char>(in)), {});
+            EXPECT_EQ(bytes.find("gAMA"), std::string::npos);
+            EXPECT_EQ(bytes.find("cHRM"), std::string::npos);
         } else {
             EXPECT_EQ(p.packets, 4) << c.name;
             EXPECT_EQ(p.rate_num * 1001, p.rate_den * 24000) << c.name << " " << p.rate_num << "/" << p.rate_den;
