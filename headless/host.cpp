@@ -1,6 +1,7 @@
 // The headless host: suites, handles, PF records and parameter recorders.
 #include "headless/host.h"
 
+#include "headless/stub_slots.h"
 #include "headless/world.h"
 
 #include <algorithm>
@@ -500,6 +501,57 @@ struct Host::Impl {
         return PF_Err_NONE;
     }
 
+    template <typename Pixel, typename Fn>
+    static PF_Err IterateImpl(PF_InData* in, PF_EffectWorld* src, const PF_Rect* area, void* refcon, Fn fn,
+                              PF_EffectWorld* dst, bool deep) {
+        Host* h = host_or_complain("iterate");
+        if (!h) return PF_Err_BAD_CALLBACK_PARAM;
+        if (!in || !dst || !dst->data || !fn || (src && !src->data) ||
+            ((dst->world_flags & PF_WorldFlag_DEEP) != 0) != deep || (src && ((src->world_flags & PF_WorldFlag_DEEP) != 0) != deep)) {
+            h->report_problem("iterate with a missing world or function, or worlds of the wrong depth");
+            return PF_Err_BAD_CALLBACK_PARAM;
+        }
+        PF_Rect r = area ? *area : PF_Rect{0, 0, dst->width, dst->height};
+        r.left = std::max<A_long>(r.left, 0);
+        r.top = std::max<A_long>(r.top, 0);
+        r.right = std::min(r.right, dst->width);
+        r.bottom = std::min(r.bottom, dst->height);
+        for (A_long y = r.top; y < r.bottom; ++y) {
+            auto* drow = reinterpret_cast<Pixel*>(reinterpret_cast<char*>(dst->data) + static_cast<ptrdiff_t>(y) * dst->rowbytes);
+            auto* srow = src && y < src->height
+                             ? reinterpret_cast<Pixel*>(reinterpret_cast<char*>(src->data) + static_cast<ptrdiff_t>(y) * src->rowbytes)
+                             : nullptr;
+            for (A_long x = r.left; x < r.right; ++x) {
+                Pixel in_px{};
+                Pixel* sp = srow && x < src->width ? &srow[x] : &in_px;
+                if (PF_Err err = fn(refcon, x, y, sp, &drow[x])) return err;
+            }
+        }
+        return PF_Err_NONE;
+    }
+
+    static PF_Err Iterate8(PF_InData* in, A_long, A_long, PF_EffectWorld* src, const PF_Rect* area, void* refcon,
+                           PF_IteratePixel8Func fn, PF_EffectWorld* dst) {
+        return IterateImpl<PF_Pixel>(in, src, area, refcon, fn, dst, false);
+    }
+
+    static PF_Err Iterate16(PF_InData* in, A_long, A_long, PF_EffectWorld* src, const PF_Rect* area, void* refcon,
+                            PF_IteratePixel16Func fn, PF_EffectWorld* dst) {
+        return IterateImpl<PF_Pixel16>(in, src, area, refcon, fn, dst, true);
+    }
+
+    static PF_Err PixelData8(PF_EffectWorld* world, PF_PixelPtr pixels, PF_Pixel8** out) {
+        if (!world || !out) return PF_Err_BAD_CALLBACK_PARAM;
+        *out = (world->world_flags & PF_WorldFlag_DEEP) ? nullptr : (pixels ? pixels : world->data);
+        return PF_Err_NONE;
+    }
+
+    static PF_Err PixelData16(PF_EffectWorld* world, PF_PixelPtr pixels, PF_Pixel16** out) {
+        if (!world || !out) return PF_Err_BAD_CALLBACK_PARAM;
+        *out = (world->world_flags & PF_WorldFlag_DEEP) ? reinterpret_cast<PF_Pixel16*>(pixels ? pixels : world->data) : nullptr;
+        return PF_Err_NONE;
+    }
+
     static PF_Err GetPlatformData(PF_ProgPtr ref, PF_PlatDataID which, void* data) {
         Host* h = host_for(ref, "get_platform_data");
         if (!h) return PF_Err_BAD_CALLBACK_PARAM;
@@ -547,6 +599,45 @@ Host::Host() : previous_(g_current.exchange(this)), dll_instance_(&dll_token_) {
     utils_.fill16 = Impl::Fill16;
     utils_.new_world = Impl::NewWorld;
     utils_.dispose_world = Impl::DisposeWorld;
+    utils_.iterate = Impl::Iterate8;
+    utils_.iterate16 = Impl::Iterate16;
+    utils_.get_pixel_data8 = Impl::PixelData8;
+    utils_.get_pixel_data16 = Impl::PixelData16;
+    // Callbacks not implemented answer with an error and a problem, never a null jump.
+    stub_if_null(utils_.begin_sampling, 0);
+    stub_if_null(utils_.subpixel_sample, 1);
+    stub_if_null(utils_.area_sample, 2);
+    stub_if_null(utils_.end_sampling, 4);
+    stub_if_null(utils_.composite_rect, 5);
+    stub_if_null(utils_.blend, 6);
+    stub_if_null(utils_.convolve, 7);
+    stub_if_null(utils_.gaussian_kernel, 10);
+    stub_if_null(utils_.premultiply, 12);
+    stub_if_null(utils_.premultiply_color, 13);
+    stub_if_null(utils_.iterate_origin, 16);
+    stub_if_null(utils_.iterate_lut, 17);
+    stub_if_null(utils_.transfer_rect, 18);
+    stub_if_null(utils_.transform_world, 19);
+    stub_if_null(utils_.get_callback_addr, 24);
+    stub_if_null(utils_.app, 25);
+    stub_if_null(utils_.iterate_origin_non_clip_src, 29);
+    stub_if_null(utils_.iterate_generic, 30);
+    stub_if_null(utils_.subpixel_sample16, 32);
+    stub_if_null(utils_.area_sample16, 33);
+    stub_if_null(utils_.premultiply_color16, 35);
+    stub_if_null(utils_.iterate_origin16, 37);
+    stub_if_null(utils_.iterate_origin_non_clip_src16, 38);
+    stub_if_null(utils_.colorCB.RGBtoHLS, 40);
+    stub_if_null(utils_.colorCB.HLStoRGB, 41);
+    stub_if_null(utils_.colorCB.RGBtoYIQ, 42);
+    stub_if_null(utils_.colorCB.YIQtoRGB, 43);
+    stub_if_null(utils_.colorCB.Luminance, 44);
+    stub_if_null(utils_.colorCB.Hue, 45);
+    stub_if_null(utils_.colorCB.Lightness, 46);
+    stub_if_null(utils_.colorCB.Saturation, 47);
+    stub_if_null(in_data_.inter.checkout_layer_audio, 50);
+    stub_if_null(in_data_.inter.checkin_layer_audio, 51);
+    stub_if_null(in_data_.inter.get_audio_data, 52);
 
     serve_suite("PF Handle Suite", kPFHandleSuiteVersion1, &handle_suite_);
     serve_suite("PF ANSI Suite", kPFANSISuiteVersion1, &ansi_suite_);

@@ -41,6 +41,15 @@ inline std::unique_ptr<SlotTable> make_slot_table(int slots) {
     return t;
 }
 
+// The stub for `slot` (0..63).
+inline SlotFn stub_slot(int slot) { return detail::stub_for(slot, std::make_integer_sequence<int, 64>{}); }
+
+// Gives a null function-pointer member the stub for `slot`.
+template <typename F>
+void stub_if_null(F& member, int slot) {
+    if (!member) member = reinterpret_cast<F>(stub_slot(slot));
+}
+
 template <typename F>
 void set_slot(SlotTable& t, int slot, F fn) {
     t.at(static_cast<size_t>(slot)) = reinterpret_cast<SlotFn>(fn);

@@ -209,6 +209,23 @@ TEST(Worlds, CopyAndFillCallbacks) {
     EXPECT_NE(u->copy(ref, &a.def(), &deep.def(), nullptr, nullptr), PF_Err_NONE);  // depths differ
     EXPECT_EQ(e.host().problems().size(), 1u);
 
+    // iterate visits the area only, with source and destination pixels.
+    const PF_Rect area{1, 1, 3, 2};
+    ASSERT_EQ(u->iterate(&e.in_data(), 0, 0, &b.def(), &area, nullptr,
+                         [](void*, A_long x, A_long, PF_Pixel* in, PF_Pixel* out) -> PF_Err {
+                             *out = PF_Pixel{255, A_u_char(in->red / 5), A_u_char(x), 0};
+                             return PF_Err_NONE;
+                         },
+                         &c.def()),
+              PF_Err_NONE);
+    EXPECT_EQ(c.pixel8(1, 1)->red, 51);   // source red 255
+    EXPECT_EQ(c.pixel8(2, 1)->red, 0);    // source cleared by the fill above
+    EXPECT_EQ(c.pixel8(2, 1)->green, 2);
+    EXPECT_EQ(c.pixel8(3, 1)->alpha, 0);  // outside the area
+    // An unimplemented callback answers with an error and a problem instead of a null jump.
+    EXPECT_NE(u->blend(ref, &a.def(), &b.def(), 0, &c.def()), PF_Err_NONE);
+    EXPECT_EQ(e.host().problems().size(), 2u);
+
     PF_EffectWorld made{};
     ASSERT_EQ(u->new_world(ref, 3, 3, PF_NewWorldFlag_DEEP_PIXELS, &made), PF_Err_NONE);
     EXPECT_TRUE(made.world_flags & PF_WorldFlag_DEEP);
