@@ -155,13 +155,14 @@ void DrawMessagePicture(PF_InData* in_data, PF_LayerDef* output, A_long id, Embe
         pictures != nullptr ? static_cast<const A_u_char*>(pictures(id, &pw, &ph)) : nullptr;
     if (pixels == nullptr || pw <= 0 || ph <= 0 || output->width <= 0 || output->height <= 0) return;
 
-    // The picture takes the share of the frame it would take on a frame 1920
-    // pixels wide; downsampling shrinks it with the frame, and the pixel
-    // aspect ratio is undone so that it looks undistorted.
+    // The pictures are drawn for a frame 1920 pixels wide: wider frames get
+    // them larger in proportion, narrower ones at their own size so that
+    // the text stays readable. Downsampling shrinks them with the frame, and
+    // the pixel aspect ratio is undone so that they look undistorted.
     const double par = Ratio(in_data->pixel_aspect_ratio, 1.0);
-    const double share = static_cast<double>(in_data->width) / 1920.0;
-    double sx = share * Ratio(in_data->downsample_x, 1.0);
-    double sy = share * par * Ratio(in_data->downsample_y, 1.0);
+    const double share = std::fmax(1.0, static_cast<double>(in_data->width) / 1920.0);
+    double sx = share / par * Ratio(in_data->downsample_x, 1.0);
+    double sy = share * Ratio(in_data->downsample_y, 1.0);
     // Never larger than the output.
     const double fit = std::fmin(output->width / (pw * sx), output->height / (ph * sy));
     if (fit < 1.0) {

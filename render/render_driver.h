@@ -25,7 +25,7 @@ constexpr A_long kPictureLayerSize = 23409;   // layer size differs from the fra
 constexpr A_long kPictureConversion = 23411;  // unsupported source / composition rate pair
 
 // Fills `output` opaque black through the host's fill callback and draws the
-// picture centred over it, sized as it would look on a 1920-pixel-wide frame
-// (downsampling and pixel aspect ratio taken into account) and never larger
-// than the output.
+// picture centred over it: at its own size on frames up to 1920 pixels wide,
+// larger in proportion on wider ones, shrunk by the downsampling, stretched
+// against the pixel aspect ratio, and never larger than the output.
 void DrawMessagePicture(PF_InData* in_data, PF_LayerDef* output, A_long id, EmbeddedBitmapFn pictures);
