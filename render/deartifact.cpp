@@ -68,29 +68,36 @@ void Deartifact_simd(long popupValue, CVFloatWorld& image, CVFloatWorld& scratch
     if (Filter(popupValue, image, scratch)) RestoreLuma_simd(image, scratch);
 }
 
+namespace {
+
+// One pixel: the filtered colour at the original's luma. Out-of-range
+// colours are pulled toward grey at constant luma, first until the smallest
+// channel is 0, then until the largest is 1. Alpha stays the original's.
+void RestorePixel(float* o, const float* f) {
+    const float yo = Luma(o);
+    const float shift = yo - Luma(f);
+    float p[4];
+    for (int c = 1; c < 4; ++c) p[c] = f[c] + shift;
+    const float lo = Min3(p[1], p[2], p[3]);
+    if (lo < 0.0f) {
+        for (int c = 1; c < 4; ++c) p[c] = yo + (p[c] - yo) * yo / (yo - lo);
+    }
+    const float hi = Max3(p[1], p[2], p[3]);
+    if (hi > 1.0f) {
+        for (int c = 1; c < 4; ++c) p[c] = yo + (p[c] - yo) * (1.0f - yo) / (hi - yo);
+    }
+    for (int c = 1; c < 4; ++c) o[c] = p[c];
+}
+
+}  // namespace
+
 void RestoreLuma_regular(CVFloatWorld& image, const CVFloatWorld& filtered) {
     const long w = image.width();
     const long h = image.height();
     for (long y = 0; y < h; ++y) {
         float* o = image.data_row_ptr(y);
         const float* f = filtered.data_row_ptr(y);
-        for (long x = 0; x < w; ++x, o += 4, f += 4) {
-            const float yo = Luma(o);
-            const float shift = yo - Luma(f);
-            float p[4];
-            for (int c = 0; c < 4; ++c) p[c] = f[c] + shift;
-            // Out-of-range colours are pulled toward grey at constant luma:
-            // first until the smallest channel is 0, then until the largest is 1.
-            const float lo = Min3(p[1], p[2], p[3]);
-            if (lo < 0.0f) {
-                for (int c = 0; c < 4; ++c) p[c] = yo + (p[c] - yo) * yo / (yo - lo);
-            }
-            const float hi = Max3(p[1], p[2], p[3]);
-            if (hi > 1.0f) {
-                for (int c = 0; c < 4; ++c) p[c] = yo + (p[c] - yo) * (1.0f - yo) / (hi - yo);
-            }
-            for (int c = 1; c < 4; ++c) o[c] = p[c];  // alpha stays the original's
-        }
+        for (long x = 0; x < w; ++x, o += 4, f += 4) RestorePixel(o, f);
     }
 }
 
@@ -98,55 +105,61 @@ void RestoreLuma_regular(CVFloatWorld& image, const CVFloatWorld& filtered) {
 
 namespace {
 
-// Lanes 1 + 2 + 3 of v in that order, as the scalar build adds them.
-float SumColour(__m128 v) {
-    float l[4];
-    _mm_storeu_ps(l, v);
-    return l[1] + l[2] + l[3];
-}
-
-float MinColour(__m128 v) {
-    float l[4];
-    _mm_storeu_ps(l, v);
-    return Min3(l[1], l[2], l[3]);
-}
-
-float MaxColour(__m128 v) {
-    float l[4];
-    _mm_storeu_ps(l, v);
-    return Max3(l[1], l[2], l[3]);
+__m128 Select(__m128 mask, __m128 yes, __m128 no) {
+    return _mm_or_ps(_mm_and_ps(mask, yes), _mm_andnot_ps(mask, no));
 }
 
 }  // namespace
 
+// Four pixels at a time, one channel per register, with the same operations
+// in the same order as RestorePixel; the row's last pixels go through
+// RestorePixel itself, so the padding is never touched.
 void RestoreLuma_simd(CVFloatWorld& image, const CVFloatWorld& filtered) {
     const long w = image.width();
     const long h = image.height();
-    const __m128 weights = _mm_set_ps(kLumaB, kLumaG, kLumaR, 0.0f);
-    const __m128 keepAlpha = _mm_castsi128_ps(_mm_set_epi32(0, 0, 0, -1));
+    const __m128 wr = _mm_set1_ps(kLumaR), wg = _mm_set1_ps(kLumaG), wb = _mm_set1_ps(kLumaB);
+    const __m128 zero = _mm_setzero_ps(), one = _mm_set1_ps(1.0f);
     for (long y = 0; y < h; ++y) {
         float* o = image.data_row_ptr(y);
         const float* f = filtered.data_row_ptr(y);
-        for (long x = 0; x < w; ++x, o += 4, f += 4) {
-            const __m128 vo = _mm_loadu_ps(o);
-            const __m128 vf = _mm_loadu_ps(f);
-            const float yo = SumColour(_mm_mul_ps(vo, weights));
-            const float yf = SumColour(_mm_mul_ps(vf, weights));
-            const __m128 lumaO = _mm_set1_ps(yo);
-            __m128 p = _mm_add_ps(vf, _mm_set1_ps(yo - yf));
-            const float lo = MinColour(p);
-            if (lo < 0.0f) {
-                p = _mm_add_ps(lumaO, _mm_div_ps(_mm_mul_ps(_mm_sub_ps(p, lumaO), lumaO),
-                                                 _mm_set1_ps(yo - lo)));
-            }
-            const float hi = MaxColour(p);
-            if (hi > 1.0f) {
-                p = _mm_add_ps(lumaO, _mm_div_ps(_mm_mul_ps(_mm_sub_ps(p, lumaO),
-                                                            _mm_set1_ps(1.0f - yo)),
-                                                 _mm_set1_ps(hi - yo)));
-            }
-            _mm_storeu_ps(o, _mm_or_ps(_mm_and_ps(keepAlpha, vo), _mm_andnot_ps(keepAlpha, p)));
+        long x = 0;
+        for (; x + 4 <= w; x += 4, o += 16, f += 16) {
+            __m128 oa = _mm_loadu_ps(o), orr = _mm_loadu_ps(o + 4), og = _mm_loadu_ps(o + 8),
+                   ob = _mm_loadu_ps(o + 12);
+            __m128 fa = _mm_loadu_ps(f), fr = _mm_loadu_ps(f + 4), fg = _mm_loadu_ps(f + 8),
+                   fb = _mm_loadu_ps(f + 12);
+            _MM_TRANSPOSE4_PS(oa, orr, og, ob);
+            _MM_TRANSPOSE4_PS(fa, fr, fg, fb);
+            const __m128 yo =
+                _mm_add_ps(_mm_add_ps(_mm_mul_ps(wr, orr), _mm_mul_ps(wg, og)), _mm_mul_ps(wb, ob));
+            const __m128 yf =
+                _mm_add_ps(_mm_add_ps(_mm_mul_ps(wr, fr), _mm_mul_ps(wg, fg)), _mm_mul_ps(wb, fb));
+            const __m128 shift = _mm_sub_ps(yo, yf);
+            __m128 pr = _mm_add_ps(fr, shift), pg = _mm_add_ps(fg, shift),
+                   pb = _mm_add_ps(fb, shift);
+
+            const __m128 lo = _mm_min_ps(_mm_min_ps(pr, pg), pb);
+            const __m128 below = _mm_cmplt_ps(lo, zero);
+            const __m128 d1 = _mm_sub_ps(yo, lo);
+            pr = Select(below, _mm_add_ps(yo, _mm_div_ps(_mm_mul_ps(_mm_sub_ps(pr, yo), yo), d1)), pr);
+            pg = Select(below, _mm_add_ps(yo, _mm_div_ps(_mm_mul_ps(_mm_sub_ps(pg, yo), yo), d1)), pg);
+            pb = Select(below, _mm_add_ps(yo, _mm_div_ps(_mm_mul_ps(_mm_sub_ps(pb, yo), yo), d1)), pb);
+
+            const __m128 hi = _mm_max_ps(_mm_max_ps(pr, pg), pb);
+            const __m128 above = _mm_cmpgt_ps(hi, one);
+            const __m128 k2 = _mm_sub_ps(one, yo);
+            const __m128 d2 = _mm_sub_ps(hi, yo);
+            pr = Select(above, _mm_add_ps(yo, _mm_div_ps(_mm_mul_ps(_mm_sub_ps(pr, yo), k2), d2)), pr);
+            pg = Select(above, _mm_add_ps(yo, _mm_div_ps(_mm_mul_ps(_mm_sub_ps(pg, yo), k2), d2)), pg);
+            pb = Select(above, _mm_add_ps(yo, _mm_div_ps(_mm_mul_ps(_mm_sub_ps(pb, yo), k2), d2)), pb);
+
+            _MM_TRANSPOSE4_PS(oa, pr, pg, pb);
+            _mm_storeu_ps(o, oa);
+            _mm_storeu_ps(o + 4, pr);
+            _mm_storeu_ps(o + 8, pg);
+            _mm_storeu_ps(o + 12, pb);
         }
+        for (; x < w; ++x, o += 4, f += 4) RestorePixel(o, f);
     }
 }
 
