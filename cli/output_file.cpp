@@ -122,6 +122,15 @@ bool is_sequence_pattern(const std::string& path) {
     return parse_pattern(fs::path(path).filename().string()).valid;
 }
 
+std::string sequence_file_name(const std::string& pattern, int64_t number) {
+    const fs::path path(pattern);
+    const Pattern p = parse_pattern(path.filename().string());
+    if (!p.valid) return pattern;
+    std::string digits = std::to_string(number);
+    if (int(digits.size()) < p.width) digits.insert(0, size_t(p.width) - digits.size(), '0');
+    return (path.parent_path() / (p.prefix + digits + p.suffix)).string();
+}
+
 OutputFile::OutputFile(const std::string& target, bool overwrite, bool is_sequence)
     : target_(target), sequence_(is_sequence), overwrite_(overwrite) {
     const fs::path t(target);

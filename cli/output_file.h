@@ -2,6 +2,7 @@
 // the target's folder and renamed into place only when complete.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace tessen::cli {
@@ -42,6 +43,10 @@ private:
 
 // True when the name holds a printf-style frame number (%d, %05d).
 bool is_sequence_pattern(const std::string& path);
+// The name of image `number` of a sequence: "dir/out_%05d.png", 7 ->
+// "dir/out_00007.png". Only the frame number is replaced; other characters
+// stay as they are.
+std::string sequence_file_name(const std::string& pattern, int64_t number);
 
 // Removes every temporary file and folder still live in this process. For the
 // interrupt path: call it after a SIGINT has been seen (or from an atexit

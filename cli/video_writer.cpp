@@ -8,6 +8,9 @@
 #include <filesystem>
 #include <limits>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace tessen::cli {
 
 namespace fs = std::filesystem;
@@ -68,6 +71,7 @@ struct VideoWriter::Impl {
     int sws_depth = 0;
     AVPacket* pkt = nullptr;
     int64_t written = 0;
+    int64_t images = 0;  // PNG files written
     bool finished = false;
     bool failed = false;
     ColorInfo color;  // as written
@@ -322,6 +326,10 @@ struct VideoWriter::Impl {
             int r = avcodec_receive_packet(enc, pkt);
             if (r == AVERROR(EAGAIN) || r == AVERROR_EOF) return;
             if (r < 0) fail("encoding failed: " + av_error_text(r));
+            if (kind == OutputKind::PngSequence) {
+                write_image();
+                continue;
+            }
             av_packet_rescale_ts(pkt, enc->time_base, vst->time_base);
             pkt->stream_index = vst->index;
             r = av_interleaved_write_frame(fmt, pkt);
@@ -329,6 +337,30 @@ struct VideoWriter::Impl {
             if (r < 0) fail("cannot write: " + av_error_text(r));
         }
         (void)flushing;
+    }
+
+    // One PNG per packet, written here because FFmpeg's image muxer does
+    // not report failed writes.
+    void write_image() {
+        const std::string name = sequence_file_name(out->write_path(), ++images);
+        const int fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+        if (fd < 0) fail("cannot write: " + io_error_text(errno));
+        const uint8_t* p = pkt->data;
+        size_t left = size_t(pkt->size);
+        int err = 0;
+        while (left > 0 && !err) {
+            const ssize_t n = ::write(fd, p, left);
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) {
+                err = n < 0 ? errno : EIO;
+                break;
+            }
+            p += n;
+            left -= size_t(n);
+        }
+        if (::close(fd) != 0 && !err) err = errno;
+        av_packet_unref(pkt);
+        if (err) fail("cannot write: " + io_error_text(err));
     }
 
     void fill_frame(const HostFrame& in) {
