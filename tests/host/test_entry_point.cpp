@@ -165,7 +165,8 @@ TEST(SequenceSetup, SwitchesHostFieldSeparationOffOnFootageOnly) {
         EffectInstance fx(&EntryPointFunc);
         fx.project().set_interlaced(FIEL_Order_UPPER_FIRST, AEGP_PulldownPhase_WSSWW);
         ASSERT_EQ(fx.setup(), PF_Err_NONE);
-        EXPECT_EQ(fx.project().interpretation().il.type, static_cast<FIEL_Type>(FIEL_Type_FRAME_RENDERED));
+        const FIEL_Type type = fx.project().interpretation().il.type;  // packed: read by value
+        EXPECT_EQ(type, static_cast<FIEL_Type>(FIEL_Type_FRAME_RENDERED));
         EXPECT_EQ(fx.project().interpretation().pd, AEGP_PulldownPhase_NO_PULLDOWN);
         EXPECT_EQ(fx.project().interpretation_writes(), 1);
     }
@@ -175,7 +176,8 @@ TEST(SequenceSetup, SwitchesHostFieldSeparationOffOnFootageOnly) {
         fx.project().set_interlaced(FIEL_Order_UPPER_FIRST, AEGP_PulldownPhase_WSSWW);
         ASSERT_EQ(fx.setup(), PF_Err_NONE);
         EXPECT_EQ(fx.project().interpretation_writes(), 0);
-        EXPECT_EQ(fx.project().interpretation().il.type, static_cast<FIEL_Type>(FIEL_Type_INTERLACED));
+        const FIEL_Type type = fx.project().interpretation().il.type;
+        EXPECT_EQ(type, static_cast<FIEL_Type>(FIEL_Type_INTERLACED));
     }
     {
         // Another host than After Effects: no AEGP work at all.
