@@ -123,12 +123,13 @@ struct Host::Impl {
             h->report_problem("ReleaseSuite of " + suite_label(key.first, version) + ", which is not served");
             return kSPSuiteNotFoundError;
         }
+        // Counted either way, so a test sees exactly what was released.
         SuiteCount& c = h->counts_[key];
-        if (c.released >= c.acquired) {
+        c.released++;
+        if (c.released > c.acquired) {
             h->report_problem("ReleaseSuite of " + suite_label(key.first, version) + " more often than acquired");
             return kSPSuiteAlreadyReleasedError;
         }
-        c.released++;
         return kSPNoError;
     }
 

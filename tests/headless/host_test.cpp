@@ -48,6 +48,8 @@ TEST(HostSuites, ReleasingMoreThanAcquiredOrUnservedIsAProblem) {
     EXPECT_NE(host.basic()->ReleaseSuite("PF ANSI Suite", 1), kSPNoError);
     EXPECT_NE(host.basic()->ReleaseSuite("PF ANSI Suite", 7), kSPNoError);
     EXPECT_EQ(host.problems().size(), 2u);
+    EXPECT_EQ(host.suite_count("PF ANSI Suite", 1).released, 2);  // the extra release still shows
+    EXPECT_NE(host.leak_report().find("\"PF ANSI Suite\" v1 acquired 1 times, released 2"), std::string::npos);
     EXPECT_FALSE(host.clean());
 }
 
