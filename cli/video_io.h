@@ -110,7 +110,10 @@ public:
     // decode are delivered first; a damaged or truncated stream then throws
     // CliError saying where and why.
     bool read(HostFrame& out, int depth);
-    int64_t frames_read() const;
+    // Decodes and drops up to `count` frames without converting them (about
+    // half the cost of reading); returns how many there were. Errors as read().
+    int64_t skip(int64_t count);
+    int64_t frames_read() const;  // delivered or skipped
 
 private:
     struct Impl;

@@ -457,6 +457,23 @@ const VideoInfo& VideoReader::info() const { return impl_->info; }
 const std::string& VideoReader::path() const { return impl_->path; }
 int64_t VideoReader::frames_read() const { return impl_->delivered; }
 
+int64_t VideoReader::skip(int64_t count) {
+    Impl& m = *impl_;
+    int64_t n = 0;
+    while (n < count && !m.ended) {
+        if (!m.have_frame && !m.next_frame()) {
+            m.ended = true;
+            m.check_complete();
+            break;
+        }
+        m.have_frame = false;
+        av_frame_unref(m.frame);
+        ++m.delivered;
+        ++n;
+    }
+    return n;
+}
+
 bool VideoReader::read(HostFrame& out, int depth) {
     Impl& m = *impl_;
     if (depth != 8 && depth != 16) m.fail("pixel depth must be 8 or 16, not " + std::to_string(depth));

@@ -172,8 +172,16 @@ TEST(VideoReader, ReadsEightAndTenBitSourcesAtEitherDepth) {
             for (int x = 0; x < f16.width; ++x) top = std::max(top, f16.row16(y)[4 * x + 1]);
         EXPECT_LE(top, 32768);  // never beyond the host's white
         EXPECT_GT(top, 30000);
-        EXPECT_EQ(read_all(r, 8).size(), 2u);
+        EXPECT_EQ(r.skip(1), 1);
+        const auto rest = read_all(r, 8);
+        ASSERT_EQ(rest.size(), 1u);
         EXPECT_EQ(r.frames_read(), 4);
+        EXPECT_EQ(r.skip(5), 0);
+        VideoReader all(prores);
+        const auto every = read_all(all, 8);
+        ASSERT_EQ(every.size(), 4u);
+        EXPECT_TRUE(rest[0].bytes == every[3].bytes);  // skipping kept the place
+        EXPECT_FALSE(every[2].bytes == every[3].bytes);
     }
 }
 
