@@ -988,7 +988,7 @@ std::string describe_error(A_long err) {
     case PF_Err_UNRECOGNIZED_PARAM_TYPE: return "PF_Err_UNRECOGNIZED_PARAM_TYPE (514)";
     case PF_Err_INVALID_CALLBACK: return "PF_Err_INVALID_CALLBACK (515)";
     case PF_Err_BAD_CALLBACK_PARAM: return "PF_Err_BAD_CALLBACK_PARAM (516)";
-    case 517: return "PF_Interrupt_CANCEL (517)";
+    case PF_Interrupt_CANCEL: return "PF_Interrupt_CANCEL (517)";
     default: return "error " + std::to_string(err);
     }
 }
