@@ -145,6 +145,7 @@ std::string ComposeAutoSetupMessage(const AutoSetupResult& result, AutoSetupRate
 }
 
 void SetParamDisabled(PF_InData* in_data, PF_ParamDef* params[], PF_ParamIndex index, bool disabled) {
+    if (!params || !params[index]) throw static_cast<A_long>(PF_Err_BAD_CALLBACK_PARAM);
     PF_ParamDef* def = params[index];
     if (disabled) {
         def->ui_flags |= PF_PUI_DISABLED;
@@ -155,6 +156,8 @@ void SetParamDisabled(PF_InData* in_data, PF_ParamDef* params[], PF_ParamIndex i
 }
 
 void ApplyAutoSetup(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[]) {
+    if (!params || !params[kSourceVideoParam] || !params[kFieldOrderParam])
+        throw static_cast<A_long>(PF_Err_BAD_CALLBACK_PARAM);
     const AutoSetupResult r = LookUpAutoSetup(in_data);
     SetParamDisabled(in_data, params, kAutoSetupParam, true);
     DAE::Param_Popup_Menu::SetValue(params, kSourceVideoParam, r.sourceVideo);

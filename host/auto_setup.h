@@ -56,5 +56,6 @@ void ApplyAutoSetup(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* param
 void ReportAutoSetup(PF_InData* in_data, PF_OutData* out_data);
 
 // Adds or removes PF_PUI_DISABLED on params[index] and sends it with
-// PF_UpdateParamUI ("PF Param Utils Suite" 3).
+// PF_UpdateParamUI ("PF Param Utils Suite" 3). A missing parameter array or
+// entry is thrown as PF_Err_BAD_CALLBACK_PARAM.
 void SetParamDisabled(PF_InData* in_data, PF_ParamDef* params[], PF_ParamIndex index, bool disabled);

@@ -225,6 +225,18 @@ TEST(UpdateParamsUI, DisablesTheButtonOnceAutoSetupHasRun) {
     EXPECT_TRUE(fx.ui().ui_updates()[0].def.ui_flags & PF_PUI_CONTROL);
 }
 
+TEST(UpdateParamsUI, MissingParameterArrayIsAnErrorNotACrash) {
+    EffectInstance fx(&EntryPointFunc);
+    ASSERT_EQ(fx.global_setup(), PF_Err_NONE);
+    ASSERT_EQ(fx.params_setup(), PF_Err_NONE);
+    ASSERT_EQ(fx.reload_sequence({1, 0, 0, 0, 0, 0, 0, 0}), PF_Err_NONE);
+    fx.in_data().sequence_data = fx.sequence_data();
+    EXPECT_EQ(EntryPointFunc(PF_Cmd_UPDATE_PARAMS_UI, &fx.in_data(), &fx.out_data(), nullptr, nullptr, nullptr),
+              PF_Err_BAD_CALLBACK_PARAM);
+    EXPECT_EQ(EntryPointFunc(PF_Cmd_ABOUT, nullptr, nullptr, nullptr, nullptr, nullptr), PF_Err_BAD_CALLBACK_PARAM);
+    EXPECT_EQ(fx.host().unreleased_suites(), 0);
+}
+
 TEST(Events, OnlyTheEffectControlsWindowReachesTheButton) {
     EffectInstance fx(&EntryPointFunc);
     ASSERT_EQ(fx.setup(), PF_Err_NONE);
