@@ -50,9 +50,10 @@ struct Dict {
     void set(const char* k, const char* v) { av_dict_set(&d, k, v, 0); }
 };
 
+// The Y'CbCr matrices the scaler can produce.
 bool yuv_matrix(int m) {
-    return m != AVCOL_SPC_RGB && m != AVCOL_SPC_UNSPECIFIED && m != AVCOL_SPC_RESERVED && m >= 0 &&
-           m < AVCOL_SPC_NB;
+    return m == AVCOL_SPC_BT709 || m == AVCOL_SPC_FCC || m == AVCOL_SPC_BT470BG || m == AVCOL_SPC_SMPTE170M ||
+           m == AVCOL_SPC_SMPTE240M || m == AVCOL_SPC_BT2020_NCL;
 }
 
 }  // namespace
@@ -205,6 +206,8 @@ struct VideoWriter::Impl {
         if (fmt->oformat->flags & AVFMT_GLOBALHEADER) enc->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
         int r = avcodec_open2(enc, codec, &codec_opts.d);
         if (r < 0) fail(std::string("cannot start the ") + encoder + " encoder: " + av_error_text(r));
+        if (const AVDictionaryEntry* e = av_dict_get(codec_opts.d, "", nullptr, AV_DICT_IGNORE_SUFFIX))
+            fail(std::string("the ") + encoder + " encoder does not know the option " + e->key);
 
         vst = avformat_new_stream(fmt, nullptr);
         if (!vst) fail("out of memory");
@@ -230,6 +233,8 @@ struct VideoWriter::Impl {
         if (kind == OutputKind::ProRes) mux_opts.set("movflags", "+write_colr");
         r = avformat_write_header(fmt, &mux_opts.d);
         if (r < 0) fail("cannot write: " + av_error_text(r));
+        if (const AVDictionaryEntry* e = av_dict_get(mux_opts.d, "", nullptr, AV_DICT_IGNORE_SUFFIX))
+            fail(std::string("the ") + muxer + " writer does not know the option " + e->key);
     }
 
     void open_audio() {
