@@ -1,36 +1,35 @@
 #include "image/median_filter.h"
 
+#include <emmintrin.h>
+
 #include <cstring>
+#include <utility>
 
 #include "image/float_world.h"
 
 namespace {
 
-inline void sort2(float& a, float& b)
+// The networks run on whole pixels: one compare-exchange orders red, green
+// and blue (and the unused alpha lane) at once. Equal values keep both
+// copies, so each lane sees exactly the multiset it started with.
+inline void sort2(__m128& a, __m128& b)
 {
-    const float lo = b < a ? b : a;
-    const float hi = b < a ? a : b;
+    const __m128 lo = _mm_min_ps(b, a);
+    const __m128 hi = _mm_max_ps(a, b);
     a = lo;
     b = hi;
 }
 
 // The optimal nine-element median network: 19 compare-exchanges, the median
-// ends in p[4].
-float median9(float* p)
-{
-    sort2(p[1], p[2]); sort2(p[4], p[5]); sort2(p[7], p[8]);
-    sort2(p[0], p[1]); sort2(p[3], p[4]); sort2(p[6], p[7]);
-    sort2(p[1], p[2]); sort2(p[4], p[5]); sort2(p[7], p[8]);
-    sort2(p[0], p[3]); sort2(p[5], p[8]); sort2(p[4], p[7]);
-    sort2(p[3], p[6]); sort2(p[1], p[4]); sort2(p[2], p[5]);
-    sort2(p[4], p[7]); sort2(p[4], p[2]); sort2(p[6], p[4]);
-    sort2(p[4], p[2]);
-    return p[4];
-}
+// ends in position 4.
+constexpr unsigned char kMedian9[][2] = {
+    {1, 2}, {4, 5}, {7, 8}, {0, 1}, {3, 4}, {6, 7}, {1, 2}, {4, 5}, {7, 8}, {0, 3},
+    {5, 8}, {4, 7}, {3, 6}, {1, 4}, {2, 5}, {4, 7}, {4, 2}, {6, 4}, {4, 2},
+};
 
 // Batcher's odd-even merge sort of 32 inputs restricted to 25 and pruned to
 // the comparators that decide position 12: 113 compare-exchanges.
-const unsigned char kMedian25[][2] = {
+constexpr unsigned char kMedian25[][2] = {
     {0, 1}, {2, 3}, {0, 2}, {1, 3}, {1, 2}, {4, 5}, {6, 7}, {4, 6}, {5, 7}, {5, 6}, {0, 4}, {2, 6},
     {2, 4}, {1, 5}, {3, 7}, {3, 5}, {1, 2}, {3, 4}, {5, 6}, {8, 9}, {10, 11}, {8, 10}, {9, 11}, {9, 10},
     {12, 13}, {14, 15}, {12, 14}, {13, 15}, {13, 14}, {8, 12}, {10, 14}, {10, 12}, {9, 13}, {11, 15}, {11, 13}, {9, 10},
@@ -43,13 +42,30 @@ const unsigned char kMedian25[][2] = {
     {11, 19}, {7, 23}, {7, 11}, {11, 13}, {11, 12},
 };
 
-float median25(float* p)
+template <const auto& Net, size_t... I>
+inline void run_network(__m128* p, std::index_sequence<I...>)
 {
-    for (const auto& c : kMedian25) {
-        sort2(p[c[0]], p[c[1]]);
-    }
-    return p[12];
+    (sort2(p[Net[I][0]], p[Net[I][1]]), ...);
 }
+
+// Unrolled with constant indices so that the window stays in registers.
+struct Median9 {
+    static constexpr int kRadius = 1;
+    static __m128 run(__m128* p)
+    {
+        run_network<kMedian9>(p, std::make_index_sequence<sizeof(kMedian9) / 2>());
+        return p[4];
+    }
+};
+
+struct Median25 {
+    static constexpr int kRadius = 2;
+    static __m128 run(__m128* p)
+    {
+        run_network<kMedian25>(p, std::make_index_sequence<sizeof(kMedian25) / 2>());
+        return p[12];
+    }
+};
 
 // Selection by repeated partitioning (Wirth); reorders its input.
 float select_kth(float* a, int n, int k)
@@ -90,12 +106,51 @@ float median49(float* p)
     return select_kth(p, 49, 24);
 }
 
-// Walks one column at a time; per colour channel a ring keeps the k most
-// recent window rows (k values each), so moving down fetches one new row of
-// k values. The window is copied out of the ring because the selection
-// reorders it.
+// Walks one column at a time and keeps a ring of the k most recent window
+// rows (k pixels each), so moving down fetches one new row of k pixels. The
+// window is copied out of the ring because the network reorders it.
+template <typename Network>
+void median_interior_network(const CVFloatWorld& src, CVFloatWorld& dst)
+{
+    constexpr int R = Network::kRadius;
+    constexpr int k = 2 * R + 1;
+    const A_long w = src.width();
+    const A_long h = src.height();
+    if (w <= 2 * R || h <= 2 * R) {
+        return;  // no interior
+    }
+    __m128 ring[k * k];
+    const __m128 one = _mm_set_ss(1.0f);
+
+    auto fetch = [&](A_long x, A_long y) {
+        const int slot = static_cast<int>(y % k);
+        const float* px = src.data_at_point(x - R, y);
+        for (int i = 0; i < k; ++i) {
+            ring[slot * k + i] = _mm_load_ps(px + 4 * i);
+        }
+    };
+
+    for (A_long x = R; x < w - R; ++x) {
+        for (A_long y = 0; y < 2 * R; ++y) {
+            fetch(x, y);
+        }
+        for (A_long y = R; y < h - R; ++y) {
+            fetch(x, y + R);
+            __m128 window[k * k];
+            for (int i = 0; i < k * k; ++i) {
+                window[i] = ring[i];
+            }
+            // Alpha (lane 0) of every interior pixel becomes 1.0.
+            _mm_store_ps(dst.data_at_point(x, y), _mm_move_ss(Network::run(window), one));
+        }
+    }
+}
+
+// The 7 x 7 filter selects per colour channel: the same column walk with a
+// ring of k window rows of k values for each channel, copied out for the
+// selection, which reorders its input.
 template <int R, float (*Median)(float*)>
-void median_interior(const CVFloatWorld& src, CVFloatWorld& dst)
+void median_interior_select(const CVFloatWorld& src, CVFloatWorld& dst)
 {
     constexpr int k = 2 * R + 1;
     const A_long w = src.width();
@@ -171,15 +226,15 @@ void deartifact_median(const CVFloatWorld& src, A_long filter, CVFloatWorld& dst
     switch (filter) {
     case 1:
         copy_borders(src, dst, 1);
-        median_interior<1, median9>(src, dst);
+        median_interior_network<Median9>(src, dst);
         break;
     case 2:
         copy_borders(src, dst, 2);
-        median_interior<2, median25>(src, dst);
+        median_interior_network<Median25>(src, dst);
         break;
     case 3:
         copy_borders(src, dst, 3);
-        median_interior<3, median49>(src, dst);
+        median_interior_select<3, median49>(src, dst);
         break;
     default:
         break;
