@@ -95,7 +95,36 @@ void CopyAlpha(const PF_LayerDef& input, PF_LayerDef& output, const PF_LRect& r)
 
 void WriteOutput(const CVFloatWorld& image, const PF_LayerDef& input, PF_LayerDef& output, const PF_LRect& r)
 {
-    image.copy_to_PF_World(output, &r);
+    // 16-bit rows are written in pixel pairs, so an odd width also writes
+    // the pixel just right of the extent; that column is put back after.
+    const A_long rows = r.bottom - r.top;
+    if (!IsDeep(output) || ((r.right - r.left) & 1) == 0 || r.right >= output.width || rows <= 0) {
+        image.copy_to_PF_World(output, &r);
+    } else {
+        auto beside = [&](A_long i) {
+            return reinterpret_cast<PF_Pixel16*>(reinterpret_cast<char*>(output.data) +
+                                                 static_cast<std::ptrdiff_t>(r.top + i) * output.rowbytes) +
+                   r.right;
+        };
+        CVSingleFloatWorld kept(4 * rows, 1);
+        RequireImage(kept);
+        float* k = kept.row_ptr(0);
+        for (A_long i = 0; i < rows; ++i) {
+            const PF_Pixel16* p = beside(i);
+            k[4 * i + 0] = p->alpha;
+            k[4 * i + 1] = p->red;
+            k[4 * i + 2] = p->green;
+            k[4 * i + 3] = p->blue;
+        }
+        image.copy_to_PF_World(output, &r);
+        for (A_long i = 0; i < rows; ++i) {
+            PF_Pixel16* p = beside(i);
+            p->alpha = static_cast<A_u_short>(k[4 * i + 0]);
+            p->red = static_cast<A_u_short>(k[4 * i + 1]);
+            p->green = static_cast<A_u_short>(k[4 * i + 2]);
+            p->blue = static_cast<A_u_short>(k[4 * i + 3]);
+        }
+    }
     CopyAlpha(input, output, r);
 }
 

@@ -160,6 +160,40 @@ TEST_F(RenderDriverTest, StillClipComesBackInTheMergedLines)
     }
 }
 
+TEST_F(RenderDriverTest, OnlyTheExtentIsWritten)
+{
+    // An extent of odd width starting on an odd line: the field order flips
+    // with it, the still picture still comes back in the merged lines, and
+    // nothing outside the extent changes (16-bit rows are written in pixel
+    // pairs, so the column right of an odd extent is the one at risk).
+    for (bool deep : {false, true}) {
+        Start(MakeClip(64, 24, deep, 4, 29.97, StillPicture()), 29.97, 1, 1);
+        const PF_Rect e{8, 3, 47, 21};
+        fx_->set_extent_hint(e);
+        ASSERT_EQ(RenderFrame(1), PF_Err_NONE);
+        for (A_long y = 0; y < 24; ++y)
+            for (A_long x = 0; x < 64; ++x) {
+                const bool inside = x >= e.left && x < e.right && y >= e.top && y < e.bottom;
+                const A_long alpha = deep ? Out().pixel16(x, y)->alpha : Out().pixel8(x, y)->alpha;
+                const A_long inAlpha = deep ? In().pixel16(x, y)->alpha : In().pixel8(x, y)->alpha;
+                if (!inside) {
+                    ASSERT_EQ(alpha + Red(x, y), 0) << x << "," << y;
+                    continue;
+                }
+                ASSERT_EQ(alpha, inAlpha) << x << "," << y;
+            }
+        // Extent line 0 is layer line 3, a line of the second field; with the
+        // swapped order Field 0 is still the layer's upper (first) field,
+        // now on the extent's odd lines, all but its last one merged.
+        for (A_long y = e.top + 1; y < e.bottom - 2; y += 2)
+            for (A_long x = e.left; x < e.right; ++x) {
+                const A_long inRed = deep ? (In().pixel16(x, y)->red + 64) / 128 : In().pixel8(x, y)->red;
+                ASSERT_EQ(Red(x, y), inRed) << deep << " " << x << "," << y;
+            }
+        fx_.reset();
+    }
+}
+
 TEST_F(RenderDriverTest, NtscTo23976FollowsThePulldownCadence)
 {
     // Upper field first: field number n is frame n / 2, parity n % 2.
