@@ -36,6 +36,43 @@ constexpr uint8_t u8_from_bits(uint32_t c, int bits) {
     return uint8_t((c * 255 + max / 2) / max);
 }
 
+// Y'CbCr <-> R'G'B' for one matrix, range and bit depth, in float. FFmpeg's
+// scaler is not exact at depths above 8 bits (10-bit white 940 comes out as
+// 1020 of 1023, and R'G'B' white goes in as 943), so the file conversions
+// use this instead.
+struct YuvCoefficients {
+    float kr = 0.299f, kb = 0.114f;      // luma weights of red and blue
+    float y_offset = 16, y_scale = 1.0f / 219;   // Y' = (Y - y_offset) * y_scale
+    float c_offset = 128, c_scale = 1.0f / 224;  // Cb' = (Cb - c_offset) * c_scale
+    float y_code_max = 255;              // largest code value
+
+    // matrix: an AVColorSpace value (BT.601 for anything unknown); full:
+    // full ("JPEG") range instead of limited; bits: 8..16.
+    static YuvCoefficients make(int matrix, bool full, int bits);
+
+    // Codes to R'G'B' in 0..1 (not clamped).
+    void to_rgb(float y, float cb, float cr, float rgb[3]) const {
+        const float l = (y - y_offset) * y_scale, u = (cb - c_offset) * c_scale, v = (cr - c_offset) * c_scale;
+        const float kg = 1 - kr - kb;
+        rgb[0] = l + 2 * (1 - kr) * v;
+        rgb[2] = l + 2 * (1 - kb) * u;
+        rgb[1] = l - (2 * kb * (1 - kb) / kg) * u - (2 * kr * (1 - kr) / kg) * v;
+    }
+    // R'G'B' in 0..1 to unrounded codes.
+    void from_rgb(const float rgb[3], float& y, float& cb, float& cr) const {
+        const float l = kr * rgb[0] + (1 - kr - kb) * rgb[1] + kb * rgb[2];
+        y = y_offset + l / y_scale;
+        cb = c_offset + (rgb[2] - l) / (2 * (1 - kb)) / c_scale;
+        cr = c_offset + (rgb[0] - l) / (2 * (1 - kr)) / c_scale;
+    }
+};
+
+// 0..1 (clamped) to host16 and 8 bits, rounded to nearest.
+inline uint16_t host16_from_unit(float v) {
+    return v <= 0 ? 0 : v >= 1 ? uint16_t(kHostMax16) : uint16_t(v * float(kHostMax16) + 0.5f);
+}
+inline uint8_t u8_from_unit(float v) { return v <= 0 ? 0 : v >= 1 ? 255 : uint8_t(v * 255.0f + 0.5f); }
+
 // Copies `in` into `out` at the given depth (8 or 16); same depth copies.
 void convert_depth(const HostFrame& in, HostFrame& out, int depth);
 

@@ -109,6 +109,34 @@ bool direct_rgb(const AVPixFmtDescriptor* d) {
     return d->nb_components >= 3;
 }
 
+// Y'CbCr layouts (planar, semi-planar or packed, 8 to 16 bits, grey
+// included) converted here with exact scaling rather than by the scaler.
+bool direct_yuv(const AVPixFmtDescriptor* d, int format) {
+    if (!d || (d->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_BITSTREAM |
+                           AV_PIX_FMT_FLAG_FLOAT | AV_PIX_FMT_FLAG_BAYER | AV_PIX_FMT_FLAG_HWACCEL)))
+        return false;
+    if (format == AV_PIX_FMT_XYZ12LE || format == AV_PIX_FMT_XYZ12BE || d->nb_components < 1) return false;
+    for (int c = 0; c < d->nb_components; ++c)
+        if (d->comp[c].depth < 8 || d->comp[c].depth > 16) return false;
+    return d->log2_chroma_w <= 2 && d->log2_chroma_h <= 2;
+}
+
+// Linear interpolation taps for resampling n source samples onto m
+// positions, position i sitting at source coordinate (i - offset) / factor.
+struct Taps {
+    std::vector<int> i0, i1;
+    std::vector<float> f;
+    Taps(int m, int n, float offset, float factor) : i0(size_t(m)), i1(size_t(m)), f(size_t(m)) {
+        for (int i = 0; i < m; ++i) {
+            const float p = (float(i) - offset) / factor;
+            const int a = int(std::floor(p));
+            f[size_t(i)] = p - float(a);
+            i0[size_t(i)] = std::clamp(a, 0, n - 1);
+            i1[size_t(i)] = std::clamp(a + 1, 0, n - 1);
+        }
+    }
+};
+
 }  // namespace
 
 struct VideoReader::Impl {
@@ -154,7 +182,8 @@ struct VideoReader::Impl {
         }
 
         int r = avformat_open_input(&fmt, path.c_str(), nullptr, nullptr);
-        if (r == AVERROR_INVALIDDATA) fail("not a video file that can be read (unknown format, or a damaged or truncated file)");
+        if (r == AVERROR_INVALIDDATA)
+            fail("not a video file that can be read (unknown format, or a damaged or truncated file)");
         if (r < 0) fail("cannot be opened: " + av_error_text(r));
         r = avformat_find_stream_info(fmt, nullptr);
         if (r < 0) fail("cannot be read: " + av_error_text(r));
@@ -255,7 +284,8 @@ struct VideoReader::Impl {
         // Colour: what the file states, else the usual assumption by size.
         ColorInfo c = default_color_for(info.height);
         const int matrix = frame->colorspace != AVCOL_SPC_UNSPECIFIED ? frame->colorspace : st->codecpar->color_space;
-        const int range = frame->color_range != AVCOL_RANGE_UNSPECIFIED ? frame->color_range : st->codecpar->color_range;
+        const int range =
+            frame->color_range != AVCOL_RANGE_UNSPECIFIED ? frame->color_range : st->codecpar->color_range;
         const int prim = frame->color_primaries != AVCOL_PRI_UNSPECIFIED ? frame->color_primaries
                                                                           : st->codecpar->color_primaries;
         const int trc = frame->color_trc != AVCOL_TRC_UNSPECIFIED ? frame->color_trc : st->codecpar->color_trc;
@@ -268,9 +298,10 @@ struct VideoReader::Impl {
             c.tagged = true;
         }
         if (!info.is_rgb) {
+            const bool grey = d && d->nb_components <= 2;  // grey images are full range unless tagged
             if (range != AVCOL_RANGE_UNSPECIFIED)
                 c.range = range;
-            else if (is_jpeg_range_format(frame->format))
+            else if (is_jpeg_range_format(frame->format) || grey)
                 c.range = AVCOL_RANGE_JPEG;
         }
         if (prim != AVCOL_PRI_UNSPECIFIED && prim != AVCOL_PRI_RESERVED && prim != AVCOL_PRI_RESERVED0)
@@ -335,6 +366,8 @@ struct VideoReader::Impl {
         const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(AVPixelFormat(frame->format));
         if (direct_rgb(d))
             convert_rgb(d, out);
+        else if (direct_yuv(d, frame->format))
+            convert_yuv(d, out);
         else
             convert_scaled(d, out);
     }
@@ -361,6 +394,100 @@ struct VideoReader::Impl {
                 for (int x = 0; x < w; ++x) {
                     o[4 * x + 0] = alpha ? host16_from_bits(comp[3][x], bits[3]) : uint16_t(kHostMax16);
                     for (int c = 0; c < 3; ++c) o[4 * x + 1 + c] = host16_from_bits(comp[c][x], bits[c]);
+                }
+            }
+        }
+    }
+
+    bool interlaced() const {
+        return info.field_order == FieldOrder::UpperFirst || info.field_order == FieldOrder::LowerFirst;
+    }
+
+    void convert_yuv(const AVPixFmtDescriptor* d, HostFrame& out) {
+        const int w = frame->width, h = frame->height;
+        const int sx = d->log2_chroma_w, sy = d->log2_chroma_h;
+        const int cw = AV_CEIL_RSHIFT(w, sx), ch = AV_CEIL_RSHIFT(h, sy);
+        const bool chroma = d->nb_components >= 3;
+        const int alpha = (d->flags & AV_PIX_FMT_FLAG_ALPHA) ? d->nb_components - 1 : -1;
+        const YuvCoefficients k =
+            YuvCoefficients::make(info.color.matrix, info.color.range == AVCOL_RANGE_JPEG, d->comp[0].depth);
+        const uint8_t* planes[4] = {frame->data[0], frame->data[1], frame->data[2], frame->data[3]};
+
+        // Chroma siting: horizontally co-sited with the even luma samples
+        // unless centred; vertically centred between lines unless top or
+        // bottom sited.
+        const AVChromaLocation loc = frame->chroma_location;
+        const bool h_centre = loc == AVCHROMA_LOC_CENTER || loc == AVCHROMA_LOC_TOP || loc == AVCHROMA_LOC_BOTTOM;
+        const float v_site = (loc == AVCHROMA_LOC_TOPLEFT || loc == AVCHROMA_LOC_TOP)           ? 0.0f
+                             : (loc == AVCHROMA_LOC_BOTTOMLEFT || loc == AVCHROMA_LOC_BOTTOM) ? 1.0f
+                                                                                                : 0.5f;
+        const float hf = float(1 << sx), vf = float(1 << sy);
+
+        // Chroma rows, already widened to the luma width.
+        std::vector<float> cb, cr;
+        std::vector<uint16_t> line(size_t(std::max(w, 1)));
+        if (chroma) {
+            const Taps across(w, cw, h_centre ? (hf - 1) / 2 : 0.0f, hf);
+            cb.resize(size_t(ch) * w);
+            cr.resize(size_t(ch) * w);
+            for (int cy = 0; cy < ch; ++cy) {
+                for (int c = 1; c <= 2; ++c) {
+                    av_read_image_line2(line.data(), planes, frame->linesize, d, 0, cy, c, cw, 0, 2);
+                    float* o = (c == 1 ? cb.data() : cr.data()) + size_t(cy) * w;
+                    for (int x = 0; x < w; ++x) {
+                        const float a = line[size_t(across.i0[x])], b = line[size_t(across.i1[x])];
+                        o[x] = a + (b - a) * across.f[x];
+                    }
+                }
+            }
+        }
+        // Vertical taps. Interlaced 4:2:0 keeps each field's chroma on that
+        // field's lines (MPEG-2 siting: a quarter and three quarters of a
+        // field line down), so colour never crosses between the two moments.
+        const bool by_field = chroma && sy == 1 && interlaced() && h % 4 == 0;
+        std::vector<int> r0(static_cast<size_t>(h)), r1(static_cast<size_t>(h));
+        std::vector<float> rf(static_cast<size_t>(h));
+        if (chroma) {
+            if (by_field) {
+                for (int f = 0; f < 2; ++f) {
+                    const Taps down(h / 2, ch / 2, v_site == 0.5f ? (f ? 0.75f : 0.25f) : v_site, 2.0f);
+                    for (int j = 0; j < h / 2; ++j) {
+                        r0[size_t(2 * j + f)] = 2 * down.i0[j] + f;
+                        r1[size_t(2 * j + f)] = 2 * down.i1[j] + f;
+                        rf[size_t(2 * j + f)] = down.f[j];
+                    }
+                }
+            } else {
+                const Taps down(h, ch, v_site * (vf - 1), vf);
+                r0 = down.i0;
+                r1 = down.i1;
+                rf = down.f;
+            }
+        }
+
+        std::vector<uint16_t> luma(static_cast<size_t>(w)), alpha_line(static_cast<size_t>(w));
+        const int alpha_bits = alpha >= 0 ? d->comp[alpha].depth : 8;
+        for (int y = 0; y < h; ++y) {
+            av_read_image_line2(luma.data(), planes, frame->linesize, d, 0, y, 0, w, 0, 2);
+            if (alpha >= 0) av_read_image_line2(alpha_line.data(), planes, frame->linesize, d, 0, y, alpha, w, 0, 2);
+            const float* b0 = chroma ? cb.data() + size_t(r0[y]) * w : nullptr;
+            const float* b1 = chroma ? cb.data() + size_t(r1[y]) * w : nullptr;
+            const float* c0 = chroma ? cr.data() + size_t(r0[y]) * w : nullptr;
+            const float* c1 = chroma ? cr.data() + size_t(r1[y]) * w : nullptr;
+            const float t = chroma ? rf[y] : 0.0f;
+            for (int x = 0; x < w; ++x) {
+                const float u = chroma ? b0[x] + (b1[x] - b0[x]) * t : k.c_offset;
+                const float v = chroma ? c0[x] + (c1[x] - c0[x]) * t : k.c_offset;
+                float rgb[3];
+                k.to_rgb(float(luma[x]), u, v, rgb);
+                if (out.depth == 16) {
+                    uint16_t* o = out.row16(y) + 4 * x;
+                    o[0] = alpha >= 0 ? host16_from_bits(alpha_line[x], alpha_bits) : uint16_t(kHostMax16);
+                    for (int c = 0; c < 3; ++c) o[1 + c] = host16_from_unit(rgb[c]);
+                } else {
+                    uint8_t* o = out.row8(y) + 4 * x;
+                    o[0] = alpha >= 0 ? u8_from_bits(alpha_line[x], alpha_bits) : 255;
+                    for (int c = 0; c < 3; ++c) o[1 + c] = u8_from_unit(rgb[c]);
                 }
             }
         }

@@ -220,6 +220,57 @@ TEST(VideoReader, ConvertsYuvWithTheTaggedOrUsualMatrixAndRange) {
     }
 }
 
+// Limited-range white and black of 8- and 10-bit video, and full-range 10-bit,
+// land exactly on the ends of both working depths (the scaler misses them).
+TEST(VideoReader, WhiteAndBlackAreExact) {
+    ScratchDir dir;
+    struct Case {
+        const char* name;
+        const char* pix_fmt;
+        int bits;
+        int white, black;
+        const char* tags;
+    };
+    const Case cases[] = {
+        {"limited8", "yuv422p", 8, 235, 16, ""},
+        {"limited10", "yuv422p10le", 10, 940, 64, ""},
+        {"full10", "yuv420p10le", 10, 1023, 0, "-color_range pc"},
+    };
+    for (const Case& c : cases) {
+        const int w = 16, h = 8;
+        const std::string raw = dir.file(std::string(c.name) + ".yuv"), mkv = dir.file(std::string(c.name) + ".mkv");
+        {
+            const int cw = w / 2, ch = std::string(c.pix_fmt).find("420") != std::string::npos ? h / 2 : h;
+            std::string bytes;
+            auto put = [&](int v) {
+                if (c.bits == 8) {
+                    bytes += char(v);
+                } else {
+                    bytes += char(v & 0xff);
+                    bytes += char(v >> 8);
+                }
+            };
+            for (int y = 0; y < h; ++y)
+                for (int x = 0; x < w; ++x) put(y < h / 2 ? c.white : c.black);
+            for (int i = 0; i < 2 * cw * ch; ++i) put(1 << (c.bits - 1));
+            std::ofstream(raw, std::ios::binary) << bytes;
+        }
+        ASSERT_TRUE(ffmpeg(std::string("-f rawvideo -pix_fmt ") + c.pix_fmt + " -s 16x8 -r 25 -i " + raw +
+                           " -c:v ffv1 " + c.tags + " " + mkv))
+            << c.name;
+        for (int depth : {8, 16}) {
+            VideoReader r(mkv);
+            HostFrame f;
+            ASSERT_TRUE(r.read(f, depth));
+            const int top = depth == 8 ? 255 : 32768;
+            for (int ch = 1; ch < 4; ++ch) {
+                EXPECT_EQ(depth == 8 ? f.row8(0)[4 * 5 + ch] : f.row16(0)[4 * 5 + ch], top) << c.name << depth;
+                EXPECT_EQ(depth == 8 ? f.row8(h - 1)[4 * 5 + ch] : f.row16(h - 1)[4 * 5 + ch], 0) << c.name << depth;
+            }
+        }
+    }
+}
+
 // Interlaced 4:2:0 with a red upper field and a blue lower field: each
 // field keeps its own colour, none of the other field's chroma.
 TEST(VideoReader, InterlacedChromaStaysInItsField) {
