@@ -57,7 +57,12 @@ SourceFrameTimes SourceTimes(A_long current_time, A_u_long time_scale, float sou
 A_long FieldNumber(A_long current_time, A_u_long time_scale, float sourceRate)
 {
     const float seconds = static_cast<float>(current_time) / static_cast<float>(time_scale);
-    return static_cast<A_long>(std::floor(seconds * 2.0f * sourceRate + 0.499f));
+    const float n = std::floor(seconds * 2.0f * sourceRate + 0.499f);
+    // Times far beyond any real footage (or a zero time scale) must not
+    // overflow the conversion.
+    if (!(n > -2147483520.0f)) return 0;
+    if (n > 2147483520.0f) return 2147483520;
+    return static_cast<A_long>(n);
 }
 
 FieldSelection SelectFields(A_long fieldNumber, A_long fieldOrder, A_long extentTop)

@@ -101,6 +101,10 @@ TEST(FieldTiming, FieldNumbers)
     EXPECT_EQ(FieldNumber(3, 4, 25.0f), 37);    // 37.5 -> 37
     EXPECT_EQ(FieldNumber(6, 1000, 25.0f), 0);  // 0.3 -> 0
     EXPECT_EQ(FieldNumber(11, 1000, 25.0f), 1); // 0.55 -> 1
+    // Out of range: no overflow, and the parity stays usable.
+    EXPECT_EQ(FieldNumber(2000000000, 1, kRate2997) % 2, 0);
+    EXPECT_EQ(FieldNumber(5, 0, kRate2997), 2147483520);
+    EXPECT_EQ(FieldNumber(0, 0, kRate2997), 0);
 }
 
 TEST(FieldTiming, FieldSelectionTable)
