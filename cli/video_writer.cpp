@@ -67,9 +67,6 @@ struct VideoWriter::Impl {
     AVCodecContext* enc = nullptr;
     AVStream* vst = nullptr;
     AVFrame* frame = nullptr;   // encoder input
-    AVFrame* staging = nullptr;  // packed RGB for the scaler
-    SwsContext* sws = nullptr;
-    int sws_depth = 0;
     AVPacket* pkt = nullptr;
     int64_t written = 0;
     int64_t images = 0;  // PNG files written
@@ -92,8 +89,6 @@ struct VideoWriter::Impl {
         avformat_free_context(fmt);
         avcodec_free_context(&enc);
         av_frame_free(&frame);
-        av_frame_free(&staging);
-        sws_freeContext(sws);
         av_packet_free(&pkt);
         av_packet_free(&apkt);
         avformat_close_input(&ain);
@@ -138,10 +133,9 @@ struct VideoWriter::Impl {
         if (!codec) fail(std::string("this FFmpeg has no ") + encoder + " encoder");
         enc = avcodec_alloc_context3(codec);
         frame = av_frame_alloc();
-        staging = av_frame_alloc();
         pkt = av_packet_alloc();
         apkt = av_packet_alloc();
-        if (!enc || !frame || !staging || !pkt || !apkt) fail("out of memory");
+        if (!enc || !frame || !pkt || !apkt) fail("out of memory");
 
         enc->width = opt.width;
         enc->height = opt.height;
@@ -412,45 +406,67 @@ struct VideoWriter::Impl {
             }
             break;
         case OutputKind::ProRes:
-        case OutputKind::H264: scale_into_frame(in); break;
+        case OutputKind::H264: yuv_into_frame(in); break;
         }
     }
 
-    // RGB to YUV through the scaler, from packed 8-bit ARGB (the host's own
-    // 8-bit layout) or planar 16-bit RGB (the scaler reads packed 16-bit RGB
-    // much more slowly).
-    void scale_into_frame(const HostFrame& in) {
-        if (!sws || sws_depth != in.depth) {
-            sws_freeContext(sws);
-            const AVPixelFormat src = in.depth == 8 ? AV_PIX_FMT_ARGB : AV_PIX_FMT_GBRP16;
-            sws = sws_getContext(in.width, in.height, src, enc->width, enc->height, enc->pix_fmt,
-                                 SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INP, nullptr, nullptr, nullptr);
-            if (!sws) fail("cannot set up the colour conversion");
-            const int* coeffs = sws_coefficients_for(color.matrix);
-            sws_setColorspaceDetails(sws, coeffs, 1, coeffs, 0, 0, 1 << 16, 1 << 16);
-            sws_depth = in.depth;
-            av_frame_unref(staging);
-            staging->format = src;
-            staging->width = in.width;
-            staging->height = in.height;
-            check(av_frame_get_buffer(staging, 0), "out of memory");
-        }
-        for (int y = 0; y < in.height; ++y) {
-            if (in.depth == 8) {
-                std::memcpy(staging->data[0] + size_t(y) * staging->linesize[0], in.row8(y), size_t(in.width) * 4);
-                continue;
+    // R'G'B' to Y'CbCr here rather than by the scaler, which misses the
+    // levels at 10 bits (white becomes 943 instead of 940). Chroma is
+    // co-sited with the even luma samples ([1 2 1] / 4 across) and, for
+    // 4:2:0, centred between line pairs (their mean).
+    void yuv_into_frame(const HostFrame& in) {
+        const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(enc->pix_fmt);
+        const int bits = d->comp[0].depth, sx = d->log2_chroma_w, sy = d->log2_chroma_h;
+        const YuvCoefficients k = YuvCoefficients::make(color.matrix, false, bits);
+        const int w = in.width, h = in.height;
+        const int cw = AV_CEIL_RSHIFT(w, sx), ch = AV_CEIL_RSHIFT(h, sy);
+        const int group = 1 << sy;
+        const float unit = in.depth == 16 ? 1.0f / float(kHostMax16) : 1.0f / 255.0f;
+        const int max_code = int(k.y_code_max);
+        auto store = [&](int plane, int x, int y, float v) {
+            const int q = std::clamp(int(v + 0.5f), 0, max_code);
+            uint8_t* row = frame->data[plane] + size_t(y) * frame->linesize[plane];
+            if (bits > 8) {
+                row[2 * x] = uint8_t(q & 0xff);  // little-endian formats only
+                row[2 * x + 1] = uint8_t(q >> 8);
+            } else {
+                row[x] = uint8_t(q);
             }
-            const uint16_t* s = in.row16(y);
-            auto* g = reinterpret_cast<uint16_t*>(staging->data[0] + size_t(y) * staging->linesize[0]);
-            auto* b = reinterpret_cast<uint16_t*>(staging->data[1] + size_t(y) * staging->linesize[1]);
-            auto* r = reinterpret_cast<uint16_t*>(staging->data[2] + size_t(y) * staging->linesize[2]);
-            for (int x = 0; x < in.width; ++x) {
-                r[x] = u16_from_host16(s[4 * x + 1]);
-                g[x] = u16_from_host16(s[4 * x + 2]);
-                b[x] = u16_from_host16(s[4 * x + 3]);
+        };
+        std::vector<float> cb(size_t(w) * group), cr(size_t(w) * group);
+        for (int cy = 0; cy < ch; ++cy) {
+            for (int r = 0; r < group; ++r) {
+                const int y = std::min((cy << sy) + r, h - 1);
+                for (int x = 0; x < w; ++x) {
+                    float rgb[3];
+                    for (int c = 0; c < 3; ++c) {
+                        const float v = in.depth == 16 ? float(in.row16(y)[4 * x + 1 + c]) : float(in.row8(y)[4 * x + 1 + c]);
+                        rgb[c] = std::min(v * unit, 1.0f);
+                    }
+                    float luma;
+                    k.from_rgb(rgb, luma, cb[size_t(r) * w + x], cr[size_t(r) * w + x]);
+                    if ((cy << sy) + r < h) store(0, x, y, luma);
+                }
+            }
+            for (int cx = 0; cx < cw; ++cx) {
+                float u = 0, v = 0;
+                for (int r = 0; r < group; ++r) {
+                    const float* bu = cb.data() + size_t(r) * w;
+                    const float* bv = cr.data() + size_t(r) * w;
+                    if (sx == 0) {
+                        u += bu[cx];
+                        v += bv[cx];
+                    } else {
+                        const int x = cx << sx;
+                        const int a = std::max(x - 1, 0), b = std::min(x + 1, w - 1);
+                        u += (bu[a] + 2 * bu[x] + bu[b]) / 4;
+                        v += (bv[a] + 2 * bv[x] + bv[b]) / 4;
+                    }
+                }
+                store(1, cx, cy, u / float(group));
+                store(2, cx, cy, v / float(group));
             }
         }
-        sws_scale(sws, staging->data, staging->linesize, 0, in.height, frame->data, frame->linesize);
     }
 
     void write(const HostFrame& in) {

@@ -427,6 +427,23 @@ TEST(VideoWriter, LossyAndImageOutputsCarryTheirDescription) {
     }
 }
 
+// Host white is exactly video white: 940 at 10 bits, 235 at 8 (the scaler
+// would give 943).
+TEST(VideoWriter, WhiteIsExactlyVideoWhite) {
+    ScratchDir dir;
+    for (const char* name : {"white.mov", "white.mp4"}) {
+        {
+            VideoWriter w(dir.file(name), options(64, 48, 16, {25, 1}));
+            w.write(testing::solid_frame(64, 48, 16, 255, 255, 255));
+            w.finish();
+        }
+        const testing::Probe p = testing::probe(dir.file(name));
+        EXPECT_NEAR(p.first_plane_mean[0], 235.0, 0.01) << name;  // 10-bit codes are divided by 4
+        EXPECT_NEAR(p.first_plane_mean[1], 128.0, 0.01) << name;
+        EXPECT_NEAR(p.first_plane_mean[2], 128.0, 0.01) << name;
+    }
+}
+
 TEST(VideoWriter, CarriesAudioOverOrSaysWhyNot) {
     ScratchDir dir;
     const std::string src = dir.file("with_audio.mov");
