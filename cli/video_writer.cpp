@@ -440,7 +440,8 @@ struct VideoWriter::Impl {
                 for (int x = 0; x < w; ++x) {
                     float rgb[3];
                     for (int c = 0; c < 3; ++c) {
-                        const float v = in.depth == 16 ? float(in.row16(y)[4 * x + 1 + c]) : float(in.row8(y)[4 * x + 1 + c]);
+                        const float v =
+                            in.depth == 16 ? float(in.row16(y)[4 * x + 1 + c]) : float(in.row8(y)[4 * x + 1 + c]);
                         rgb[c] = std::min(v * unit, 1.0f);
                     }
                     float luma;
