@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstdint>
 
-#include "image/cpu_features.h"
 #include "image_test_support.h"
 
 namespace {
@@ -218,22 +217,6 @@ TEST_F(ConvertTest, VariantsRoundTripInRangeBytes)
         EXPECT_EQ(out1.data()[i], i);
         EXPECT_EQ(out2.data()[i], i);
     }
-}
-
-TEST_F(ConvertTest, PublicOperationsFollowTheCapabilityTest)
-{
-    CVFloatWorld f(5, 2);
-    fill_random(f, rng_, -0.5f, 1.5f);
-    IntBuffer<A_u_char> a(6, 2, 3), b(6, 2, 3);
-    a.set(0);
-    b.set(0);
-    f.copy_to_8bit_integer_world(5, 2, a.rowbytes, a.data());
-    if (cpu_has_simd()) {
-        Access::to8_simd(f, 5, 2, b.rowbytes, b.data());
-    } else {
-        Access::to8_regular(f, 5, 2, b.rowbytes, b.data());
-    }
-    EXPECT_EQ(a.bytes(), b.bytes());
 }
 
 TEST_F(ConvertTest, HostLayersUseTheRectangleOrTheExtentHint)
