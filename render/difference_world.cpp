@@ -19,12 +19,6 @@ inline float Min(float a, float b) { return a > b ? b : a; }
 inline float Max(float a, float b) { return a < b ? b : a; }
 inline A_long Clamp(A_long v, A_long lo, A_long hi) { return v < lo ? lo : (v > hi ? hi : v); }
 
-inline float Value(const CVFloatWorld& f, A_long x, A_long y)
-{
-    const float* p = f.data_at_point(x, y);
-    return (p[1] + p[2] + p[3]) * kThird;
-}
-
 struct Ramps {
     float low;
     float high;
@@ -49,29 +43,44 @@ struct Evidence {
     float still;
 };
 
-// Half the value difference of P and R along one field row.
-void DiffRow(const CVFloatWorld& P, const CVFloatWorld& R, A_long y, A_long width, float* out)
+// Same and changed ramps of half the value difference of P and R along one
+// field row.
+void RampRow(const Ramps& ramps, const CVFloatWorld& P, const CVFloatWorld& R, A_long y, A_long width,
+             float* same, float* changed)
 {
-    for (A_long x = 0; x < width; ++x) out[x] = Diff(Value(R, x, y), Value(P, x, y));
+    const float* p = P.data_row_ptr(y);
+    const float* q = R.data_row_ptr(y);
+    for (A_long x = 0; x < width; ++x, p += 4, q += 4) {
+        const float d = Diff((q[1] + q[2] + q[3]) * kThird, (p[1] + p[2] + p[3]) * kThird);
+        same[x] = ramps.Same(d);
+        changed[x] = ramps.Changed(d);
+    }
 }
 
-// Evidence at x from the differences d of two same-parity fields along the
-// row in question. The field between them would enter only through a term
-// that compares its row with itself and is always 0, so it is not read.
-Evidence Evaluate(const Ramps& ramps, A_long spread, A_long width, const float* d, A_long x)
+// Evidence at x from the ramps of two same-parity fields along the row in
+// question. The field between them would enter only through a term that
+// compares its row with itself and is always 0, so it is not read. Each
+// running minimum takes its samples from left to right.
+inline Evidence Evaluate(A_long spread, A_long width, const float* same, const float* changed, A_long x)
 {
     float sAll = 1.0f, sRight = 1.0f, tLeft = 1.0f, sLeft = 1.0f, tRight = 1.0f;
-    for (A_long dx = -spread; dx <= spread; ++dx) {
-        const float v = d[Clamp(x + dx, 0, width - 1)];
-        const float s = ramps.Same(v);
-        const float t = ramps.Changed(v);
-        sAll = Min(sAll, s);
-        if (dx >= 0) sRight = Min(sRight, s);
-        if (dx < 0) tLeft = Min(tLeft, t);
-        if (dx <= 0) sLeft = Min(sLeft, s);
-        if (dx > 0) tRight = Min(tRight, t);
+    const bool inside = x >= spread && x + spread < width;
+    for (A_long dx = -spread; dx < 0; ++dx) {
+        const A_long xx = inside ? x + dx : Clamp(x + dx, 0, width - 1);
+        sAll = Min(sAll, same[xx]);
+        tLeft = Min(tLeft, changed[xx]);
+        sLeft = Min(sLeft, same[xx]);
     }
-    const float tCentre = ramps.Changed(d[x]);
+    sAll = Min(sAll, same[x]);
+    sRight = Min(sRight, same[x]);
+    sLeft = Min(sLeft, same[x]);
+    for (A_long dx = 1; dx <= spread; ++dx) {
+        const A_long xx = inside ? x + dx : Clamp(x + dx, 0, width - 1);
+        sAll = Min(sAll, same[xx]);
+        sRight = Min(sRight, same[xx]);
+        tRight = Min(tRight, changed[xx]);
+    }
+    const float tCentre = changed[x];
     Evidence e;
     e.moved = Max(Min(tRight, tLeft), tCentre);
     const float selfTerm = 0.0f;
@@ -172,28 +181,35 @@ void CVDifferenceWorld::ComputeEvidence(bool upper, const CVFloatWorld& fieldMin
     const Ramps ramps{lowThreshold_, highThreshold_};
     const A_long r = upper ? 0 : 1;
 
-    // Differences of the two field pairs along the rows one map row needs.
-    CVSingleFloatWorld rows(w, 3);
+    // Ramps of the two field pairs along the rows one map row needs: Field -1
+    // against Field +1, and Field -2 against Field 0 on the rows below and
+    // above.
+    CVSingleFloatWorld rows(w, 6);
     RequireImage(rows);
-    float* nearRow = rows.row_ptr(0);   // Field -1 against Field +1
-    float* belowRow = rows.row_ptr(1);  // Field -2 against Field 0, next row
-    float* aboveRow = rows.row_ptr(2);  // Field -2 against Field 0, row before
+    float* nearSame = rows.row_ptr(0);
+    float* nearChanged = rows.row_ptr(1);
+    float* belowSame = rows.row_ptr(2);
+    float* belowChanged = rows.row_ptr(3);
+    float* aboveSame = rows.row_ptr(4);
+    float* aboveChanged = rows.row_ptr(5);
 
     for (A_long y = 0; y < h; ++y) {
         // The evidence row carries the lower-field offset; the neighbour
         // rows carry it twice (once in the row asked for, once inside the
         // evidence), which is the behaviour the render relies on.
-        DiffRow(fieldMinus1, fieldPlus1, Clamp(y + r, 0, h - 1), w, nearRow);
+        RampRow(ramps, fieldMinus1, fieldPlus1, Clamp(y + r, 0, h - 1), w, nearSame, nearChanged);
         const bool hasBelow = r + y + 1 < h;
         const bool hasAbove = r + y - 1 >= 0;
-        if (hasBelow) DiffRow(fieldMinus2, field0, Clamp(r + y + 1 + r, 0, h - 1), w, belowRow);
-        if (hasAbove) DiffRow(fieldMinus2, field0, Clamp(r + y - 1 + r, 0, h - 1), w, aboveRow);
+        if (hasBelow)
+            RampRow(ramps, fieldMinus2, field0, Clamp(r + y + 1 + r, 0, h - 1), w, belowSame, belowChanged);
+        if (hasAbove)
+            RampRow(ramps, fieldMinus2, field0, Clamp(r + y - 1 + r, 0, h - 1), w, aboveSame, aboveChanged);
 
         float* out = row_ptr(y);
         for (A_long x = 0; x < w; ++x) {
-            const Evidence e0 = Evaluate(ramps, spread_, w, nearRow, x);
-            const Evidence e1 = hasBelow ? Evaluate(ramps, spread_, w, belowRow, x) : Evidence{0.0f, 1.0f};
-            const Evidence e2 = hasAbove ? Evaluate(ramps, spread_, w, aboveRow, x) : Evidence{0.0f, 1.0f};
+            const Evidence e0 = Evaluate(spread_, w, nearSame, nearChanged, x);
+            const Evidence e1 = hasBelow ? Evaluate(spread_, w, belowSame, belowChanged, x) : Evidence{0.0f, 1.0f};
+            const Evidence e2 = hasAbove ? Evaluate(spread_, w, aboveSame, aboveChanged, x) : Evidence{0.0f, 1.0f};
             const float mMax = Max(e0.moved, Max(e1.moved, e2.moved));
             const float sMin = Min(e0.still, Min(e1.still, e2.still));
             const float sum = mMax + sMin;
