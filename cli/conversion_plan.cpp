@@ -152,6 +152,9 @@ void plan_fields(const VideoInfo& info, const Options& options, const AutoSetupR
     if (info.field_order == FieldOrder::Progressive)
         plan.notes.push_back(std::string("the file is marked progressive; converting it as interlaced, ") +
                              name(guess) + " field first");
+    else if (auto_setup && !auto_setup->succeeded)
+        plan.notes.push_back(std::string("Auto Setup could not place this frame size; using ") + name(guess) +
+                             " field first as it set (--field-order chooses)");
     plan.field_order = guess;
 }
 
