@@ -10,7 +10,8 @@
 # frame counts match. FFmpeg runs with one thread by default, as the effect
 # does; --threads 0 lets it use all cores. FFmpeg discards its frames
 # (-f null); tessen writes FFV1, and the "ffmpeg ffv1 encode" line shows what
-# writing alone costs.
+# writing alone costs. Rates are given per second of wall-clock time and per
+# second of processor time.
 set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
@@ -22,7 +23,7 @@ while [[ $# -gt 0 ]]; do
     case "$1" in
         --tessen) tessen="$2"; shift 2 ;;
         --threads) threads="$2"; shift 2 ;;
-        -h|--help) sed -n '2,13p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+        -h|--help) sed -n '2,14p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
         *) clip="$1"; shift ;;
     esac
 done
@@ -42,16 +43,15 @@ fi
 frames=$(ffprobe -v error -select_streams v:0 -count_frames -show_entries stream=nb_read_frames -of csv=p=0 "$clip")
 size=$(ffprobe -v error -select_streams v:0 -show_entries stream=width,height -of csv=s=x:p=0 "$clip")
 
-now() { date +%s.%N; }
-declare -a names fps
+declare -a names fps cpu_fps
 run() {  # name, command...
     local name="$1"; shift
-    local t0 t1
-    t0=$(now)
-    "$@" >/dev/null 2>"$work/err" || { echo "compare_deinterlacers: $name failed:" >&2; cat "$work/err" >&2; exit 1; }
-    t1=$(now)
+    local t
+    t=$( { TIMEFORMAT='%R %U %S'; time "$@" >/dev/null 2>"$work/err"; } 2>&1 ) ||
+        { echo "compare_deinterlacers: $name failed:" >&2; cat "$work/err" >&2; exit 1; }
     names+=("$name")
-    fps+=("$(awk -v f="$frames" -v a="$t0" -v b="$t1" 'BEGIN { printf "%.3f", f / (b - a) }')")
+    fps+=("$(echo "$t" | awk -v f="$frames" '{ printf "%.3f", f / $1 }')")
+    cpu_fps+=("$(echo "$t" | awk -v f="$frames" '{ printf "%.3f", f / ($2 + $3) }')")
 }
 
 ff=(ffmpeg -v error -threads "$threads" -filter_threads "$threads" -i "$clip")
@@ -63,7 +63,10 @@ run "ffmpeg ffv1 encode" "${ff[@]}" -c:v ffv1 -y "$work/copy.mkv"
 
 echo "clip: $clip ($size, $frames frames); ffmpeg threads: $threads"
 echo "machine: $(uname -m), $(grep -m1 'model name' /proc/cpuinfo 2>/dev/null | cut -d: -f2 | sed 's/^ //'), $(nproc) cores"
-printf '%-24s %10s %16s\n' "tool" "fps" "x tessen speed"
+# Wall-clock rate, and the rate per second of processor time (user + system),
+# which stays meaningful on a machine busy with other work.
+printf '%-22s %9s %9s %14s\n' "tool" "fps" "fps (cpu)" "x tessen (cpu)"
 for i in "${!names[@]}"; do
-    printf '%-24s %10.1f %16.2f\n' "${names[$i]}" "${fps[$i]}" "$(awk -v a="${fps[$i]}" -v b="${fps[0]}" 'BEGIN { printf "%.3f", a / b }')"
+    printf '%-22s %9.1f %9.1f %14.2f\n' "${names[$i]}" "${fps[$i]}" "${cpu_fps[$i]}" \
+        "$(awk -v a="${cpu_fps[$i]}" -v b="${cpu_fps[0]}" 'BEGIN { printf "%.3f", a / b }')"
 done
