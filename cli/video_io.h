@@ -3,8 +3,9 @@
 // Frames travel as HostFrame: the pixels exactly as the headless host hands
 // them to the effect. 8-bit pixels are four bytes A, R, G, B; 16-bit pixels
 // are four native-endian uint16 A, R, G, B running 0..32768 (not 0..65535).
-// Depth changes use exact integer arithmetic (pixel_convert.h), never
-// FFmpeg's scaler.
+// Depth changes use exact integer arithmetic and Y'CbCr is converted here
+// (pixel_convert.h), not by FFmpeg's scaler, so video white and black land
+// exactly on the host's ends at every depth.
 //
 // Every failure is thrown as CliError naming the file and the cause.
 #pragma once
