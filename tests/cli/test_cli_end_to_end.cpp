@@ -135,6 +135,23 @@ TEST(CliRender, StillClipThroughFfv1ComesBackExactly) {
     }
 }
 
+TEST(CliRender, AudioFollowsOnlyWhenTheDurationIsKept) {
+    ScratchDir dir;
+    const std::string in = dir.file("in.mkv");
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=64x48:rate=25 -f lavfi -i sine=duration=0.4 -frames:v 10 "
+                       "-c:v ffv1 -c:a pcm_s16le " + in));
+    const std::string kept = dir.file("kept.mkv"), conformed = dir.file("conformed.mkv");
+    RunResult r = run_tessen({"render", in, kept, "--source", "pal", "--field-order", "lower"}, dir.path().string());
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    EXPECT_EQ(probe(kept).audio_streams, 1);
+    r = run_tessen({"render", in, conformed, "--source", "pal", "--field-order", "lower", "--rate", "23.976"},
+                   dir.path().string());
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    EXPECT_EQ(probe(conformed).audio_streams, 0);
+    EXPECT_TRUE(contains(r.err, "audio dropped")) << r.err;
+    EXPECT_TRUE(contains(r.err, "conformed")) << r.err;
+}
+
 TEST(CliRender, ShowAndDraftReachTheEffect) {
     // On a still picture, upper field first, the "Field 0" view and the draft
     // path both give the upper field with the lower lines interpolated: even
