@@ -41,7 +41,8 @@ TEST_F(DeartifactTest, BuildsAgreeBitForBitAndLeavePaddingAlone) {
     }
 }
 
-// Colours far out of range, so that pixels take either clip step, or both.
+// Colours far out of range, so that pixels take either clip step, or both:
+// luma and alpha stay, every channel ends in 0..1.
 TEST_F(DeartifactTest, RestoreBuildsAgreeOnWildColours) {
     CVFloatWorld original(33, 17), filtered(33, 17), a(33, 17), b(33, 17);
     FillRandom(original, rng_, 0.0f, 1.0f);
@@ -59,28 +60,6 @@ TEST_F(DeartifactTest, RestoreBuildsAgreeOnWildColours) {
             ASSERT_NEAR(Luma(now), Luma(was), 2e-6f) << x << "," << y;
             ASSERT_GE(std::min({now[1], now[2], now[3]}), -1e-6f) << x << "," << y;
             ASSERT_LE(std::max({now[1], now[2], now[3]}), 1.0f + 1e-6f) << x << "," << y;
-        }
-}
-
-TEST_F(DeartifactTest, KeepsLumaAndAlphaAndClipsIntoRange) {
-    CVFloatWorld image(30, 20), scratch(30, 20);
-    for (DeartifactFn fn : kBuilds)
-        for (long popup : {2L, 3L, 4L}) {
-            FillRandom(image, rng_);
-            const std::vector<float> before = Snapshot(image);
-            fn(popup, image, scratch);
-            for (long y = 0; y < 20; ++y)
-                for (long x = 0; x < 30; ++x) {
-                    const float* o = before.data() + (y * image.rowbytes() / 16 + x) * 4;
-                    const Pixel was{o[0], o[1], o[2], o[3]};
-                    const Pixel now = At(image, x, y);
-                    ASSERT_EQ(Bits(now[0]), Bits(was[0]));
-                    ASSERT_NEAR(Luma(now), Luma(was), 2e-6f) << x << "," << y;
-                    for (int c = 1; c < 4; ++c) {
-                        ASSERT_GE(now[c], -1e-6f);
-                        ASSERT_LE(now[c], 1.0f + 1e-6f);
-                    }
-                }
         }
 }
 

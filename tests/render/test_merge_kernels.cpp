@@ -231,7 +231,7 @@ TEST_F(FillSegmentTest, StillPixelsWeaveMovingPixelsFollowTheMatch) {
     }
 }
 
-TEST_F(FillSegmentTest, NegativeStartsSkipWithoutAdvancingAndBackwardMatchesWriteNothing) {
+TEST_F(FillSegmentTest, NegativeStartsSkipWithoutAdvancing) {
     const long W = 16;
     CVFloatWorld field0(W, 4), plus1(W, 4), out(W, 2);
     FillRandom(field0, rng_);
@@ -246,10 +246,6 @@ TEST_F(FillSegmentTest, NegativeStartsSkipWithoutAdvancingAndBackwardMatchesWrit
         for (long i = 0; i < 3; ++i) EXPECT_EQ(At(out, i, 1), At(plus1, 2 + i, 1)) << i;
         EXPECT_EQ(At(out, 3, 1), (Pixel{-1, -1, -1, -1}));
         EXPECT_EQ(At(out, W - 1, 0), (Pixel{-1, -1, -1, -1}));
-        // A match left of the previous one fills nothing.
-        fn(true, true, 1, 6, MatchPoint{6, 8, 7, 0}, MatchPoint{3, 5, 4, 0}, field0, plus1,
-           still.data(), out.data_row_ptr(1));
-        EXPECT_EQ(At(out, 3, 1), (Pixel{-1, -1, -1, -1}));
     }
 }
 
