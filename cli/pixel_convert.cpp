@@ -33,6 +33,11 @@ YuvCoefficients YuvCoefficients::make(int matrix, bool full, int bits) {
         k.kr = 0.299f, k.kb = 0.114f;
         break;
     }
+    const float kg = 1 - k.kr - k.kb;
+    k.r_v = 2 * (1 - k.kr);
+    k.b_u = 2 * (1 - k.kb);
+    k.g_u = 2 * k.kb * (1 - k.kb) / kg;
+    k.g_v = 2 * k.kr * (1 - k.kr) / kg;
     const float max = std::ldexp(1.0f, bits) - 1;
     const float unit = std::ldexp(1.0f, bits - 8);  // one 8-bit step
     k.y_code_max = max;

@@ -45,6 +45,7 @@ struct YuvCoefficients {
     float y_offset = 16, y_scale = 1.0f / 219;   // Y' = (Y - y_offset) * y_scale
     float c_offset = 128, c_scale = 1.0f / 224;  // Cb' = (Cb - c_offset) * c_scale
     float y_code_max = 255;              // largest code value
+    float r_v = 1.402f, b_u = 1.772f, g_u = 0.344136f, g_v = 0.714136f;  // derived from kr, kb
 
     // matrix: an AVColorSpace value (BT.601 for anything unknown); full:
     // full ("JPEG") range instead of limited; bits: 8..16.
@@ -53,10 +54,9 @@ struct YuvCoefficients {
     // Codes to R'G'B' in 0..1 (not clamped).
     void to_rgb(float y, float cb, float cr, float rgb[3]) const {
         const float l = (y - y_offset) * y_scale, u = (cb - c_offset) * c_scale, v = (cr - c_offset) * c_scale;
-        const float kg = 1 - kr - kb;
-        rgb[0] = l + 2 * (1 - kr) * v;
-        rgb[2] = l + 2 * (1 - kb) * u;
-        rgb[1] = l - (2 * kb * (1 - kb) / kg) * u - (2 * kr * (1 - kr) / kg) * v;
+        rgb[0] = l + r_v * v;
+        rgb[2] = l + b_u * u;
+        rgb[1] = l - g_u * u - g_v * v;
     }
     // R'G'B' in 0..1 to unrounded codes.
     void from_rgb(const float rgb[3], float& y, float& cb, float& cr) const {

@@ -158,6 +158,9 @@ struct VideoReader::Impl {
     int64_t delivered = 0;
     int64_t expected_frames = -1;  // from a reliable container count, for truncation checks
     std::string damage;            // why reading stopped early, thrown after the frames before it
+    // conversion buffers, kept from frame to frame
+    std::vector<float> chroma_b, chroma_r;
+    std::vector<uint16_t> line_buffer, luma_buffer, alpha_buffer;
 
     ~Impl() {
         sws_freeContext(sws);
@@ -424,8 +427,10 @@ struct VideoReader::Impl {
         const float hf = float(1 << sx), vf = float(1 << sy);
 
         // Chroma rows, already widened to the luma width.
-        std::vector<float> cb, cr;
-        std::vector<uint16_t> line(size_t(std::max(w, 1)));
+        std::vector<float>& cb = chroma_b;
+        std::vector<float>& cr = chroma_r;
+        std::vector<uint16_t>& line = line_buffer;
+        line.resize(size_t(std::max(w, 1)));
         if (chroma) {
             const Taps across(w, cw, h_centre ? (hf - 1) / 2 : 0.0f, hf);
             cb.resize(size_t(ch) * w);
@@ -465,7 +470,10 @@ struct VideoReader::Impl {
             }
         }
 
-        std::vector<uint16_t> luma(static_cast<size_t>(w)), alpha_line(static_cast<size_t>(w));
+        std::vector<uint16_t>& luma = luma_buffer;
+        std::vector<uint16_t>& alpha_line = alpha_buffer;
+        luma.resize(size_t(w));
+        alpha_line.resize(size_t(w));
         const int alpha_bits = alpha >= 0 ? d->comp[alpha].depth : 8;
         for (int y = 0; y < h; ++y) {
             av_read_image_line2(luma.data(), planes, frame->linesize, d, 0, y, 0, w, 0, 2);
