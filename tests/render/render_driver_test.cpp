@@ -268,20 +268,24 @@ TEST_F(RenderDriverTest, DifferenceViewShowsTheMotionMap)
     ExpectInputAlpha();
 }
 
-TEST_F(RenderDriverTest, VectorMagnitudesStartFromOpaqueBlack)
+TEST_F(RenderDriverTest, MergeViewsStartFromTheirBase)
 {
     // Lower field first: the last frame row is not reached by the merge, so
-    // it shows the base: black for "Vector Magnitudes", the blend otherwise.
+    // it shows the base: opaque black for "Vector Magnitudes" and "Source",
+    // the blend of Field 0 and Field +1 for the others.
     Start(MakeClip(40, 10, false, 4, 29.97, StillPicture()), 29.97, 1, 2);
-    fx_->set_popup(kParamShow, kShowVectorMagnitudes);
-    ASSERT_EQ(RenderFrame(1), PF_Err_NONE);
-    for (A_long x = 0; x < 40; ++x) ASSERT_EQ(Red(x, 9) + Out().pixel8(x, 9)->blue, 0) << x;
-    ExpectInputAlpha();
-    fx_->set_popup(kParamShow, kShowResult);
-    ASSERT_EQ(RenderFrame(1), PF_Err_NONE);
-    A_long sum = 0;
-    for (A_long x = 0; x < 40; ++x) sum += Red(x, 9);
-    EXPECT_GT(sum, 0);
+    for (A_long show : {kShowResult, kShowAutoLevels, kShowMatchPoints, kShowVectorMagnitudes, kShowSource,
+                        kShowData}) {
+        fx_->set_popup(kParamShow, show);
+        ASSERT_EQ(RenderFrame(1), PF_Err_NONE);
+        A_long sum = 0;
+        for (A_long x = 0; x < 40; ++x) sum += Red(x, 9) + Out().pixel8(x, 9)->green + Out().pixel8(x, 9)->blue;
+        if (show == kShowVectorMagnitudes || show == kShowSource)
+            EXPECT_EQ(sum, 0) << show;
+        else
+            EXPECT_GT(sum, 40 * 50) << show;
+        ExpectInputAlpha();
+    }
 }
 
 TEST_F(RenderDriverTest, FastPathInterpolatesField0AndSkipsTheRest)
