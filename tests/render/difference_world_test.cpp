@@ -87,29 +87,6 @@ TEST_F(DifferenceTest, FieldMinus2AgainstField0OnNeighbourRowsOnly)
         for (A_long x = 0; x < 12; ++x) EXPECT_EQ(At(x, y), 1.0f) << x << "," << y;
 }
 
-TEST_F(DifferenceTest, ChangeAtOneSideOfANeighbourhoodIsNotMotion)
-{
-    // A single changed pixel: the centre term sees it; for its neighbours
-    // the change lies on one side only, which is no evidence of motion.
-    Make(20, 3);
-    FillGrey(f_[3], [](A_long x, A_long) { return x == 10 ? 1.0f : 0.5f; });
-    Evidence(true);
-    for (A_long x = 0; x < 20; ++x) EXPECT_EQ(At(x, 1), x == 10 ? 1.0f : 0.0f) << x;
-}
-
-TEST_F(DifferenceTest, PixelValueUsesItsOwnThird)
-{
-    // highThreshold set to exactly the difference of a white and a black
-    // pixel as this stage measures it: full motion, exactly.
-    Make(8, 3);
-    FillGrey(f_[1], 0.0f);
-    FillGrey(f_[3], 1.0f);
-    const float d = (1.0f + 1.0f + 1.0f) * 0x1.555554p-2f * 0.5f;
-    map_->SetParameters(d * 0.9f, d, 2, 0.0f);
-    Evidence(true);
-    EXPECT_EQ(At(4, 1), 1.0f);
-}
-
 // The evidence step written out pixel by pixel, straight from its definition.
 float ReferenceEvidence(const CVFloatWorld* f, bool upper, float L, float U, A_long k, A_long x, A_long y, A_long W,
                         A_long H)
