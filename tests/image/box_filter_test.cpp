@@ -1,6 +1,7 @@
 #include "image/box_filter.h"
 
 #include <cmath>
+#include <tuple>
 
 #include "image_test_support.h"
 
@@ -109,6 +110,20 @@ TEST_F(BoxFilterTest, VerticalPassClampsARadiusPastShortFields)
         for (A_long y = 0; y < h; ++y) {
             EXPECT_NEAR(dst->pixel_at_point(2, y)->blue, naive(src, 2, y, 3, 2, true), 1e-6);
         }
+    }
+}
+
+// The row-buffered form is the one that takes a row of sums from host
+// memory; it is chosen only when 2r + 2 < height.
+TEST_F(BoxFilterTest, VerticalPassPicksTheFormByHeight)
+{
+    for (auto [h, r, rows_form] : {std::make_tuple(6, 2, false), std::make_tuple(7, 2, true),
+                                   std::make_tuple(26, 12, false), std::make_tuple(27, 12, true)}) {
+        CVFloatWorld src(4, h), dst(4, h);
+        fill_random(src, rng_, -1, 1);
+        const size_t before = host().allocation_requests();
+        box_filter_vertical(src, dst, r);
+        EXPECT_EQ(host().allocation_requests() - before, rows_form ? 1u : 0u) << h << " " << r;
     }
 }
 
