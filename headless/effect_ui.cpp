@@ -400,7 +400,8 @@ struct EffectUI::Impl {
                 r[i][j] = 0.f;
                 for (int k = 0; k < 3; ++k) r[i][j] += m->mat[i][k] * s.m[k][j];
             }
-        std::memcpy(s.m, r, sizeof r);
+        for (int i = 0; i < 3; ++i)
+            for (int j = 0; j < 3; ++j) s.m[i][j] = r[i][j];
         return kSPNoError;
     }
     static SPErr DrawString(DRAWBOT_SurfaceRef sr, DRAWBOT_BrushRef, DRAWBOT_FontRef, const DRAWBOT_UTF16Char*,
