@@ -76,10 +76,16 @@ void EffectInstance::init() {
     build_params();  // until parameter set-up: the input layer alone
 }
 
+static std::vector<uint8_t> bytes_of(Host& host, PF_Handle h) {
+    if (!h || !host.is_live_handle(h)) return {};
+    const size_t n = host.handle_size(h);
+    auto* p = static_cast<const uint8_t*>(*h);  // peeking does not lock: the host reads its own memory
+    return std::vector<uint8_t>(p, p + n);
+}
+
 EffectInstance::~EffectInstance() {
     if (seq_) sequence_setdown();
     if (global_up_) global_setdown();
-    if (flattened_ && host_->is_live_handle(flattened_)) host_->handle_suite()->host_dispose_handle(flattened_);
     host_->remove_leak_check("checkouts");
     host_->set_checkout(nullptr, nullptr);
     ui_.reset();
@@ -204,11 +210,14 @@ PF_Err EffectInstance::call(PF_Cmd cmd, PF_LayerDef* output, void* extra) {
         seq_ = nullptr;
         break;
     case PF_Cmd_GET_FLATTENED_SEQUENCE_DATA:
+        if (err != PF_Err_NONE) break;
         if (out.sequence_data && out.sequence_data == seq_) {
             host_->report_problem("the flattened copy is the live sequence record itself");
         } else if (out.sequence_data) {
-            if (flattened_ && host_->is_live_handle(flattened_)) host_->handle_suite()->host_dispose_handle(flattened_);
+            // The host saves the copy with the project and lets it go at once.
             flattened_ = out.sequence_data;
+            flattened_bytes_ = bytes_of(*host_, flattened_);
+            if (host_->is_live_handle(flattened_)) host_->handle_suite()->host_dispose_handle(flattened_);
         }
         break;
     default:
@@ -302,15 +311,9 @@ PF_Err EffectInstance::reload_sequence(const std::vector<uint8_t>& bytes) {
     return sequence_resetup();
 }
 
-static std::vector<uint8_t> bytes_of(Host& host, PF_Handle h) {
-    if (!h || !host.is_live_handle(h)) return {};
-    const size_t n = host.handle_size(h);
-    auto* p = static_cast<const uint8_t*>(*h);  // peeking does not lock: the host reads its own memory
-    return std::vector<uint8_t>(p, p + n);
-}
 
 std::vector<uint8_t> EffectInstance::sequence_bytes() const { return bytes_of(*host_, seq_); }
-std::vector<uint8_t> EffectInstance::flattened_bytes() const { return bytes_of(*host_, flattened_); }
+std::vector<uint8_t> EffectInstance::flattened_bytes() const { return flattened_bytes_; }
 
 // ---- parameters
 

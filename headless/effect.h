@@ -121,7 +121,9 @@ public:
     // ---- sequence data (owned by the host between commands)
     PF_Handle sequence_data() const { return seq_; }
     std::vector<uint8_t> sequence_bytes() const;
-    // The copy handed back by the last flattened-data command (host-owned).
+    // The copy handed back by the last flattened-data command. The host keeps
+    // its bytes and disposes the handle straight away, so the handle is only
+    // good for identity checks.
     PF_Handle flattened() const { return flattened_; }
     std::vector<uint8_t> flattened_bytes() const;
 
@@ -190,6 +192,7 @@ private:
     PF_Handle global_data_ = nullptr;
     PF_Handle seq_ = nullptr;
     PF_Handle flattened_ = nullptr;
+    std::vector<uint8_t> flattened_bytes_;
 
     bool check_suites_ = true;
     bool ever_set_up_ = false;  // parameter set-up has run (its parameters are in the host's record)

@@ -19,9 +19,6 @@ using headless::EffectInstance;
 constexpr A_long kPremiereApplId = 0x50724D72;  // 'PrMr'
 
 void ExpectClean(EffectInstance& fx) {
-    // The flattened copy belongs to the host, which would save and free it.
-    if (fx.flattened() && fx.host().is_live_handle(fx.flattened()))
-        fx.host().handle_suite()->host_dispose_handle(fx.flattened());
     EXPECT_EQ(fx.host().leak_report(), "");
     for (const std::string& p : fx.host().problems()) ADD_FAILURE() << "host problem: " << p;
     EXPECT_EQ(fx.ui().live_drawbot_objects(), 0);
