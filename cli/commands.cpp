@@ -129,7 +129,7 @@ int run_render(const Options& o) {
             }
         },
         plan.first_source_frame);
-    if (!source.has(0)) throw Failure(kExitInput, o.input + ": --start lies beyond the last frame");
+    if (!source.has(0)) throw Failure(kExitUsage, o.input + ": --start lies beyond the last frame");
 
     EffectSetup setup = setup_for(o, info, plan);
     setup.frame_at = [&](int64_t i) -> const HostFrame& { return source.at(i); };
