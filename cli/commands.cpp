@@ -8,11 +8,8 @@
 #include "cli/frame_source.h"
 #include "cli/interrupt.h"
 #include "cli/options.h"
-#include "cli/output_file.h"
 #include "cli/progress.h"
 #include "cli/video_io.h"
-
-#include <sys/stat.h>
 
 #include <climits>
 #include <cstdio>
@@ -185,8 +182,7 @@ int run_render(const Options& o) {
     std::string leaks = runner.close();
     if (!leaks.empty()) {
         std::fprintf(stderr, "%s\n", leaks.c_str());
-        throw Failure(kExitEffect, o.module.empty() ? std::string("the effect") + " left resources behind (above)"
-                                                    : o.module + ": the effect left resources behind (above)");
+        throw Failure(kExitEffect, setup.module_path + ": the effect left resources behind (listed above)");
     }
     try {
         writer->finish();
@@ -211,7 +207,6 @@ int run_auto_setup(const Options& o) {
                            : (by_rate && *by_rate == SourceStandard::kPal ? CompRate::k25 : CompRate::k23_976);
     if (info.width < 1 || info.height < 1) throw Failure(kExitInput, o.input + ": the video has no picture size");
 
-    HostFrame first;
     FrameSource source(
         [&](HostFrame& f) {
             try {
@@ -261,7 +256,7 @@ int run_auto_setup(const Options& o) {
     std::fflush(stdout);
     if (!leaks.empty()) {
         std::fprintf(stderr, "%s\n", leaks.c_str());
-        throw Failure(kExitEffect, "the effect left resources behind (above)");
+        throw Failure(kExitEffect, s.module_path + ": the effect left resources behind (listed above)");
     }
     return kExitOk;
 }

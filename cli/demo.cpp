@@ -180,7 +180,7 @@ int run_demo(const Options& o) {
     std::string leaks = runner.close();
     if (!leaks.empty()) {
         std::fprintf(stderr, "%s\n", leaks.c_str());
-        throw Failure(kExitEffect, "the effect left resources behind (above)");
+        throw Failure(kExitEffect, setup.module_path + ": the effect left resources behind (listed above)");
     }
 
     std::string video = dir + "/demo.mp4";
