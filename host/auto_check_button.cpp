@@ -95,8 +95,8 @@ void InvalidateControl(PF_InData* in_data, PF_OutData* out_data, PF_EventExtra* 
 }
 
 void EnableGroups(PF_InData* in_data, PF_ParamDef* params[]) {
-    SetParamDisabled(in_data, params, kDeinterlaceGroupParam, false);
-    SetParamDisabled(in_data, params, kDeartifactingGroupParam, false);
+    SetParamDisabled(in_data, params, kParamDeinterlaceGroup, false);
+    SetParamDisabled(in_data, params, kParamDeartifactingGroup, false);
 }
 
 }  // namespace

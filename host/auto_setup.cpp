@@ -156,14 +156,14 @@ void SetParamDisabled(PF_InData* in_data, PF_ParamDef* params[], PF_ParamIndex i
 }
 
 void ApplyAutoSetup(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[]) {
-    if (!params || !params[kSourceVideoParam] || !params[kFieldOrderParam])
+    if (!params || !params[kParamSourceVideo] || !params[kParamFieldOrder])
         throw static_cast<A_long>(PF_Err_BAD_CALLBACK_PARAM);
     const AutoSetupResult r = LookUpAutoSetup(in_data);
-    SetParamDisabled(in_data, params, kAutoSetupParam, true);
-    DAE::Param_Popup_Menu::SetValue(params, kSourceVideoParam, r.sourceVideo);
-    DAE::Param_Popup_Menu::SetValue(params, kFieldOrderParam, r.fieldOrder);
-    SetParamDisabled(in_data, params, kDeinterlaceGroupParam, false);
-    SetParamDisabled(in_data, params, kDeartifactingGroupParam, false);
+    SetParamDisabled(in_data, params, kParamAutoSetup, true);
+    DAE::Param_Popup_Menu::SetValue(params, kParamSourceVideo, r.sourceVideo);
+    DAE::Param_Popup_Menu::SetValue(params, kParamFieldOrder, r.fieldOrder);
+    SetParamDisabled(in_data, params, kParamDeinterlaceGroup, false);
+    SetParamDisabled(in_data, params, kParamDeartifactingGroup, false);
     MarkAutoSetupDone(in_data);
     out_data->out_flags |= PF_OutFlag_REFRESH_UI;
 }

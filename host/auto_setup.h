@@ -5,6 +5,7 @@
 #pragma once
 #include "hostapi/host_api.h"
 #include "render/field_timing.h"
+#include "render/render_settings.h"
 
 #include <string>
 
@@ -37,14 +38,6 @@ std::string ComposeAutoSetupMessage(const AutoSetupResult& result, AutoSetupRate
 // Look-up from in_data (time_scale, time_step, width, height).
 AutoSetupResult LookUpAutoSetup(const PF_InData* in_data);
 
-// Indices of the parameters Auto Setup touches.
-enum AutoSetupParamIndex : PF_ParamIndex {
-    kAutoSetupParam = 2,
-    kDeinterlaceGroupParam = 3,
-    kSourceVideoParam = 5,
-    kFieldOrderParam = 6,
-    kDeartifactingGroupParam = 10,
-};
 
 // A press released over the button: disables the button, sets "Source Video"
 // and "Field Order" (also for a Failed result), enables the two groups, marks

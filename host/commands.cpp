@@ -38,7 +38,7 @@ void GlobalSetupCommand(PF_InData* in_data, PF_OutData* out_data) {
     out_data->out_flags = static_cast<PF_OutFlags>(kEffectOutFlags);
     out_data->out_flags2 = static_cast<PF_OutFlags2>(kEffectOutFlags2);
     // The framework's part: the custom controls it will build on demand.
-    DAE::DAE_Control_List::Register<CVAutoCheckButton>(kAutoSetupParam);
+    DAE::DAE_Control_List::Register<CVAutoCheckButton>(kParamAutoSetup);
 }
 
 void GlobalSetdownCommand(PF_InData* in_data) { DAE::GlobalSetdown(in_data); }
@@ -81,7 +81,7 @@ PF_Err SequenceSetupCommand(PF_InData* in_data, PF_OutData* out_data) {
 }
 
 void UpdateParamsUICommand(PF_InData* in_data, PF_ParamDef* params[]) {
-    if (AutoSetupDone(in_data)) SetParamDisabled(in_data, params, kAutoSetupParam, true);
+    if (AutoSetupDone(in_data)) SetParamDisabled(in_data, params, kParamAutoSetup, true);
 }
 
 void EventCommand(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_EventExtra* extra) {

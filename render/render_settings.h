@@ -43,14 +43,18 @@ enum ShowView : A_long {
     kShowData = 15,
 };
 
-// Host parameter indices the render reads.
+// Host parameter indices, in the order parameter set-up adds them; the render
+// reads some, Auto Setup and its button write others.
 enum RenderParamIndex : A_long {
     kParamInputLayer = 0,
+    kParamAutoSetup = 2,
+    kParamDeinterlaceGroup = 3,
     kParamDoDeinterlace = 4,
     kParamSourceVideo = 5,
     kParamFieldOrder = 6,
     kParamMotionAdjust = 7,
     kParamPatternSize = 8,
+    kParamDeartifactingGroup = 10,
     kParamDeartifacting = 11,
     kParamShow = 13,
 };
