@@ -1,80 +1,50 @@
 #include "render/field_frames.h"
 
-#include "headless/inproc/scoped_host.h"
-#include "test_images.h"
-
-#include <gtest/gtest.h>
+#include "test_support.h"
 
 namespace {
 
-float Row0Value(const CVFloatWorld& img, A_long y) { return img.pixel_at_point(0, y)->red; }
+using namespace render_test;
 
-class FieldFramesTest : public ::testing::Test {
-protected:
-    headless::ScopedHostContext ctx_;
-};
+class FieldFramesTest : public HostTest {};
 
 TEST_F(FieldFramesTest, SplitOddHeight)
 {
-    CVFloatWorld frame(5, 7);
-    FillGrey(frame, [](A_long, A_long y) { return static_cast<float>(y); });
-    CVFloatWorld upper(5, 4), lower(5, 3);
+    CVFloatWorld frame(5, 7), upper(5, 4), lower(5, 3);
+    FillGrey(frame, [](long, long y) { return static_cast<float>(y); });
     SplitFields(frame, &upper, &lower);
-    for (A_long i = 0; i < 4; ++i) EXPECT_EQ(Row0Value(upper, i), 2.0f * i);
-    for (A_long i = 0; i < 3; ++i) EXPECT_EQ(Row0Value(lower, i), 2.0f * i + 1);
+    for (long i = 0; i < 4; ++i) EXPECT_EQ(At(upper, 0, i)[1], 2.0f * i);
+    for (long i = 0; i < 3; ++i) EXPECT_EQ(At(lower, 0, i)[1], 2.0f * i + 1);
     // Either field may be left out.
     FillGrey(lower, -1.0f);
     SplitFields(frame, nullptr, &lower);
-    EXPECT_EQ(Row0Value(lower, 2), 5.0f);
+    EXPECT_EQ(At(lower, 0, 2)[1], 5.0f);
 }
 
-TEST_F(FieldFramesTest, BuildFromUpperField)
+TEST_F(FieldFramesTest, BuildPlacesFieldRowsAndAveragesAllChannelsBetween)
 {
-    for (A_long frameH : {6, 7}) {
-        CVFloatWorld field(3, (frameH + 1) / 2);
-        FillGrey(field, [](A_long, A_long y) { return static_cast<float>(y * 4); });
-        CVFloatWorld frame(3, frameH);
+    // Field row i holds 4i (scaled per channel); frame rows between field
+    // rows average them, a lower field's frame row 0 and any frame row past
+    // the last field row repeat the nearest field row.
+    struct Case { bool upper; long frameH; std::vector<float> rows; };
+    const Case cases[] = {
+        {true, 6, {0, 2, 4, 6, 8, 8}},
+        {true, 7, {0, 2, 4, 6, 8, 10, 12}},
+        {false, 6, {0, 0, 2, 4, 6, 8}},
+        {false, 7, {0, 0, 2, 4, 6, 8, 8}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << "upper " << c.upper << " height " << c.frameH);
+        CVFloatWorld field(3, c.upper ? (c.frameH + 1) / 2 : c.frameH / 2), frame(3, c.frameH);
+        for (long y = 0; y < field.height(); ++y)
+            for (long x = 0; x < 3; ++x) Put(field, x, y, Pixel{4.0f * y, 8.0f * y, 12.0f * y, 16.0f * y});
         FillGrey(frame, -1.0f);
-        BuildFrameFromField(field, frame, true);
-        // Own rows, averages between, and the last row of an even frame
-        // repeats the last field row.
-        const float even[6] = {0, 2, 4, 6, 8, 8};
-        const float odd[7] = {0, 2, 4, 6, 8, 10, 12};
-        for (A_long r = 0; r < frameH; ++r)
-            EXPECT_EQ(Row0Value(frame, r), frameH == 6 ? even[r] : odd[r]) << frameH << " row " << r;
-        EXPECT_EQ(frame.pixel_at_point(2, 1)->alpha, 1.0f);
+        BuildFrameFromField(field, frame, c.upper);
+        for (long r = 0; r < c.frameH; ++r) {
+            const float v = c.rows[r];
+            EXPECT_EQ(At(frame, 2, r), (Pixel{v, 2 * v, 3 * v, 4 * v})) << "row " << r;
+        }
     }
-}
-
-TEST_F(FieldFramesTest, BuildFromLowerField)
-{
-    for (A_long frameH : {6, 7}) {
-        CVFloatWorld field(3, frameH / 2);
-        FillGrey(field, [](A_long, A_long y) { return static_cast<float>(y * 4 + 1); });
-        CVFloatWorld frame(3, frameH);
-        FillGrey(frame, -1.0f);
-        BuildFrameFromField(field, frame, false);
-        // Frame row 0 copies field row 0; an odd frame's last row copies the
-        // last field row.
-        const float expect[7] = {1, 1, 3, 5, 7, 9, 9};
-        for (A_long r = 0; r < frameH; ++r) EXPECT_EQ(Row0Value(frame, r), expect[r]) << frameH << " row " << r;
-    }
-}
-
-TEST_F(FieldFramesTest, AveragesAllFourChannels)
-{
-    CVFloatWorld field(2, 2);
-    *field.pixel_at_point(1, 0) = {0.0f, 0.2f, 0.4f, 0.6f};
-    *field.pixel_at_point(1, 1) = {1.0f, 0.4f, 0.8f, 1.0f};
-    *field.pixel_at_point(0, 0) = {0.0f, 0.0f, 0.0f, 0.0f};
-    *field.pixel_at_point(0, 1) = {0.0f, 0.0f, 0.0f, 0.0f};
-    CVFloatWorld frame(2, 4);
-    BuildFrameFromField(field, frame, true);
-    const CVFloatWorld::tPixel p = *frame.pixel_at_point(1, 1);
-    EXPECT_FLOAT_EQ(p.alpha, 0.5f);
-    EXPECT_FLOAT_EQ(p.red, 0.3f);
-    EXPECT_FLOAT_EQ(p.green, 0.6f);
-    EXPECT_FLOAT_EQ(p.blue, 0.8f);
 }
 
 }  // namespace

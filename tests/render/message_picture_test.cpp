@@ -5,21 +5,20 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace {
 
 // A 40 x 10 picture: white with a red first column, bytes A, R, G, B.
 const void* Picture(A_long id, A_long* w, A_long* h)
 {
     static A_u_char pixels[40 * 10 * 4];
-    *w = 0;
-    *h = 0;
+    *w = *h = 0;
     if (id != kPictureConversion) return nullptr;
     for (int i = 0; i < 40 * 10; ++i) {
-        const bool edge = i % 40 == 0;
-        pixels[4 * i + 0] = 255;
-        pixels[4 * i + 1] = 255;
-        pixels[4 * i + 2] = edge ? 0 : 255;
-        pixels[4 * i + 3] = edge ? 0 : 255;
+        const A_u_char rest = i % 40 == 0 ? 0 : 255;
+        pixels[4 * i] = pixels[4 * i + 1] = 255;
+        pixels[4 * i + 2] = pixels[4 * i + 3] = rest;
     }
     *w = 40;
     *h = 10;
@@ -27,92 +26,69 @@ const void* Picture(A_long id, A_long* w, A_long* h)
 }
 
 struct Box {
-    A_long left = 1 << 30, top = 1 << 30, right = -1, bottom = -1;
+    A_long left, top, right, bottom;
+    bool operator==(const Box& o) const
+    {
+        return left == o.left && top == o.top && right == o.right && bottom == o.bottom;
+    }
 };
 
-// The lit (non-black) area of an 8-bit world; every pixel must be opaque.
+// The lit (non-black) area of a world; every pixel must be opaque.
 Box LitArea(headless::World& world)
 {
-    Box b;
+    Box b{1 << 30, 1 << 30, -1, -1};
     for (A_long y = 0; y < world.height(); ++y)
         for (A_long x = 0; x < world.width(); ++x) {
-            const PF_Pixel p = *world.pixel8(x, y);
-            EXPECT_EQ(p.alpha, 255);
-            if (p.red || p.green || p.blue) {
-                b.left = std::min(b.left, x);
-                b.top = std::min(b.top, y);
-                b.right = std::max(b.right, x + 1);
-                b.bottom = std::max(b.bottom, y + 1);
+            bool lit;
+            if (world.deep()) {
+                const PF_Pixel16 p = *world.pixel16(x, y);
+                EXPECT_EQ(p.alpha, 32768);
+                lit = p.red || p.green || p.blue;
+            } else {
+                const PF_Pixel p = *world.pixel8(x, y);
+                EXPECT_EQ(p.alpha, 255);
+                lit = p.red || p.green || p.blue;
             }
+            if (lit) b = Box{std::min(b.left, x), std::min(b.top, y), std::max(b.right, x + 1), std::max(b.bottom, y + 1)};
         }
     return b;
 }
 
-class MessagePictureTest : public ::testing::Test {
-protected:
-    headless::Host host_;
-    PF_InData& in() { return host_.in_data(); }
-};
-
-TEST_F(MessagePictureTest, OwnSizeCentredOnSmallFrames)
+TEST(MessagePicture, ScaledByFrameWidthDownsampleAndAspectAndShrunkToFit)
 {
-    in().width = 720;
+    struct Case {
+        A_long frameWidth, downsample, parDen, outW, outH;
+        bool deep;
+        A_long id;
+        Box lit;
+    };
+    const Case cases[] = {
+        {720, 1, 1, 200, 50, false, kPictureConversion, {80, 20, 120, 30}},     // own size, centred
+        {3840, 2, 1, 400, 100, false, kPictureConversion, {180, 45, 220, 55}},  // twice the reference, halved
+        {720, 1, 2, 400, 100, false, kPictureConversion, {160, 45, 240, 55}},   // tall pixels: twice across
+        {720, 1, 1, 20, 20, true, kPictureConversion, {0, 7, 20, 12}},          // shrunk to fit
+        {720, 1, 1, 8, 8, false, kPictureLayerSize, {1 << 30, 1 << 30, -1, -1}},  // no picture: black
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << "frame " << c.frameWidth << " out " << c.outW << "x" << c.outH);
+        headless::Host host;
+        PF_InData& in = host.in_data();
+        in.width = c.frameWidth;
+        in.downsample_x = in.downsample_y = PF_RationalScale{1, static_cast<A_u_long>(c.downsample)};
+        in.pixel_aspect_ratio = PF_RationalScale{1, static_cast<A_u_long>(c.parDen)};
+        headless::World out(c.outW, c.outH, c.deep);
+        out.fill(PF_Pixel{0, 9, 9, 9}, PF_Pixel16{0, 9, 9, 9});
+        DrawMessagePicture(&in, &out.def(), c.id, &Picture);
+        EXPECT_TRUE(LitArea(out) == c.lit);
+    }
+    // The picture's own pixels: the red edge comes first.
+    headless::Host host;
+    host.in_data().width = 720;
     headless::World out(200, 50, false);
-    out.fill(PF_Pixel{0, 9, 9, 9}, PF_Pixel16{});
-    DrawMessagePicture(&in(), &out.def(), kPictureConversion, &Picture);
-    const Box b = LitArea(out);
-    EXPECT_EQ(b.left, 80);
-    EXPECT_EQ(b.right, 120);
-    EXPECT_EQ(b.top, 20);
-    EXPECT_EQ(b.bottom, 30);
-    EXPECT_EQ(out.pixel8(80, 25)->red, 255);  // the red edge comes first
+    DrawMessagePicture(&host.in_data(), &out.def(), kPictureConversion, &Picture);
+    EXPECT_EQ(out.pixel8(80, 25)->red, 255);
     EXPECT_EQ(out.pixel8(80, 25)->green, 0);
-}
-
-TEST_F(MessagePictureTest, ScaledByFrameWidthDownsampleAndAspect)
-{
-    in().width = 3840;  // twice the reference width: twice the size
-    in().downsample_x = PF_RationalScale{1, 2};
-    in().downsample_y = PF_RationalScale{1, 2};
-    headless::World out(400, 100, false);
-    DrawMessagePicture(&in(), &out.def(), kPictureConversion, &Picture);
-    Box b = LitArea(out);
-    EXPECT_EQ(b.right - b.left, 40);
-    EXPECT_EQ(b.bottom - b.top, 10);
-
-    in().width = 720;
-    in().downsample_x = PF_RationalScale{1, 1};
-    in().downsample_y = PF_RationalScale{1, 1};
-    in().pixel_aspect_ratio = PF_RationalScale{1, 2};  // tall pixels: twice as many across
-    DrawMessagePicture(&in(), &out.def(), kPictureConversion, &Picture);
-    b = LitArea(out);
-    EXPECT_EQ(b.right - b.left, 80);
-    EXPECT_EQ(b.bottom - b.top, 10);
-}
-
-TEST_F(MessagePictureTest, ShrunkToFitAndDeepWorlds)
-{
-    in().width = 720;
-    headless::World out(20, 20, true);
-    DrawMessagePicture(&in(), &out.def(), kPictureConversion, &Picture);
-    A_long lit = 0;
-    for (A_long y = 0; y < 20; ++y)
-        for (A_long x = 0; x < 20; ++x) {
-            EXPECT_EQ(out.pixel16(x, y)->alpha, 32768);
-            lit += out.pixel16(x, y)->blue == 32768;
-        }
-    // Shrunk to 20 x 5 (the red edge column may fall between samples).
-    EXPECT_GE(lit, 20 * 5 - 5);
-    EXPECT_LE(lit, 20 * 5);
-    EXPECT_EQ(out.pixel16(10, 6)->blue, 0);
-    EXPECT_EQ(out.pixel16(10, 7)->blue, 32768);
-    EXPECT_EQ(out.pixel16(10, 11)->blue, 32768);
-    EXPECT_EQ(out.pixel16(10, 12)->blue, 0);
-    // No picture: just the opaque black fill.
-    headless::World none(8, 8, false);
-    none.fill(PF_Pixel{0, 50, 50, 50}, PF_Pixel16{});
-    DrawMessagePicture(&in(), &none.def(), kPictureLayerSize, &Picture);
-    EXPECT_EQ(LitArea(none).right, -1);
+    EXPECT_EQ(out.pixel8(81, 25)->green, 255);
 }
 
 }  // namespace

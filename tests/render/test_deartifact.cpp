@@ -1,40 +1,40 @@
 // Deartifacting: chroma median under the original brightness.
-#include "headless/inproc/scoped_host.h"
 #include "render/deartifact.h"
-#include "test_merge_support.h"
 
-#include <gtest/gtest.h>
+#include "test_support.h"
 
 #include <algorithm>
 
 namespace {
 
-using namespace merge_test;
+using namespace render_test;
 
 float Luma(const Pixel& p) { return 0.299f * p[1] + 0.587f * p[2] + 0.114f * p[3]; }
 
 using DeartifactFn = void (*)(long, CVFloatWorld&, CVFloatWorld&);
 const DeartifactFn kBuilds[] = {Deartifact_regular, Deartifact_simd};
 
-class DeartifactTest : public ::testing::Test {
-protected:
-    headless::ScopedHostContext context_;
-    std::mt19937 rng_{7};
-};
+void ExpectInRange(const Pixel& p)
+{
+    EXPECT_GE(std::min({p[1], p[2], p[3]}), -1e-6f);
+    EXPECT_LE(std::max({p[1], p[2], p[3]}), 1.0f + 1e-6f);
+}
 
-TEST_F(DeartifactTest, BuildsAgreeBitForBitAndLeavePaddingAlone) {
+class DeartifactTest : public HostTest {};
+
+TEST_F(DeartifactTest, BuildsAgreeBitForBitAndLeavePaddingAlone)
+{
     CVFloatWorld original(37, 23), a(37, 23), b(37, 23), scratchA(37, 23), scratchB(37, 23);
     for (float lo : {0.0f, -0.3f}) {
         FillRandom(original, rng_, lo, 1.0f - lo);
         const std::vector<float> before = Snapshot(original);
         for (long popup : {2L, 3L, 4L}) {
-            CopyPixels(before, a);
-            CopyPixels(before, b);
+            Restore(before, a);
+            Restore(before, b);
             Deartifact_regular(popup, a, scratchA);
             Deartifact_simd(popup, b, scratchB);
-            const std::vector<float> got = Snapshot(a);
-            ASSERT_TRUE(SameBits(got, Snapshot(b))) << "popup " << popup;
-            EXPECT_FALSE(SameBits(got, before));
+            ASSERT_TRUE(SameBits(Snapshot(a), Snapshot(b))) << "popup " << popup;
+            EXPECT_FALSE(SameBits(Snapshot(a), before));
             for (long y = 0; y < 23; ++y)
                 for (long x = 37; x < 40; ++x) ASSERT_EQ(At(a, x, y), At(original, x, y));
         }
@@ -43,27 +43,28 @@ TEST_F(DeartifactTest, BuildsAgreeBitForBitAndLeavePaddingAlone) {
 
 // Colours far out of range, so that pixels take either clip step, or both:
 // luma and alpha stay, every channel ends in 0..1.
-TEST_F(DeartifactTest, RestoreBuildsAgreeOnWildColours) {
+TEST_F(DeartifactTest, RestoreBuildsAgreeOnWildColours)
+{
     CVFloatWorld original(33, 17), filtered(33, 17), a(33, 17), b(33, 17);
     FillRandom(original, rng_, 0.0f, 1.0f);
     FillRandom(filtered, rng_, -1.0f, 2.0f);
-    const std::vector<float> before = Snapshot(original);
-    CopyPixels(before, a);
-    CopyPixels(before, b);
+    Restore(Snapshot(original), a);
+    Restore(Snapshot(original), b);
     RestoreLuma_regular(a, filtered);
     RestoreLuma_simd(b, filtered);
     EXPECT_TRUE(SameBits(Snapshot(a), Snapshot(b)));
     for (long y = 0; y < 17; ++y)
         for (long x = 0; x < 33; ++x) {
+            SCOPED_TRACE(testing::Message() << x << "," << y);
             const Pixel was = At(original, x, y), now = At(a, x, y);
             ASSERT_EQ(Bits(now[0]), Bits(was[0]));
-            ASSERT_NEAR(Luma(now), Luma(was), 2e-6f) << x << "," << y;
-            ASSERT_GE(std::min({now[1], now[2], now[3]}), -1e-6f) << x << "," << y;
-            ASSERT_LE(std::max({now[1], now[2], now[3]}), 1.0f + 1e-6f) << x << "," << y;
+            ASSERT_NEAR(Luma(now), Luma(was), 2e-6f);
+            ExpectInRange(now);
         }
 }
 
-TEST_F(DeartifactTest, GreyComesBackUnchanged) {
+TEST_F(DeartifactTest, GreyComesBackUnchangedAndNoneTouchesNothing)
+{
     CVFloatWorld image(16, 12), scratch(16, 12);
     std::uniform_real_distribution<float> u(0.0f, 1.0f);
     for (DeartifactFn fn : kBuilds)
@@ -76,13 +77,9 @@ TEST_F(DeartifactTest, GreyComesBackUnchanged) {
             const std::vector<float> before = Snapshot(image);
             fn(popup, image, scratch);
             const std::vector<float> after = Snapshot(image);
-            for (size_t i = 0; i < before.size(); ++i)
-                ASSERT_NEAR(after[i], before[i], 1e-6f) << i;
+            for (size_t i = 0; i < before.size(); ++i) ASSERT_NEAR(after[i], before[i], 1e-6f) << i;
         }
-}
-
-TEST_F(DeartifactTest, NoneAndUnknownValuesTouchNothing) {
-    CVFloatWorld image(9, 9), scratch(9, 9);
+    // "None" and unknown values: neither image is touched.
     FillRandom(image, rng_);
     FillRandom(scratch, rng_);
     const std::vector<float> before = Snapshot(image), scratchBefore = Snapshot(scratch);
@@ -92,23 +89,17 @@ TEST_F(DeartifactTest, NoneAndUnknownValuesTouchNothing) {
             EXPECT_TRUE(SameBits(Snapshot(image), before)) << popup;
             EXPECT_TRUE(SameBits(Snapshot(scratch), scratchBefore)) << popup;
         }
-    EXPECT_EQ(DeartifactMode(1), 0);
-    EXPECT_EQ(DeartifactMode(2), 1);
-    EXPECT_EQ(DeartifactMode(3), 2);
-    EXPECT_EQ(DeartifactMode(4), 3);
+    for (long v = -1; v < 6; ++v) EXPECT_EQ(DeartifactMode(v), v >= 2 && v <= 4 ? v - 1 : 0) << v;
 }
 
 // One pixel in a field of another colour: the median takes the field's
 // colour, which under the pixel's own luma leaves the range and is pulled
 // back toward grey until the extreme channel sits on the bound.
-TEST_F(DeartifactTest, OutOfRangeColourIsPulledToGreyAtConstantLuma) {
-    struct Case {
-        Pixel field, centre;
-        int boundChannel;
-        float bound;
-    };
+TEST_F(DeartifactTest, OutOfRangeColourIsPulledToGreyAtConstantLuma)
+{
+    struct Case { Pixel field, centre; int boundChannel; float bound; };
     const Case cases[] = {
-        {{1, 1, 0, 0}, {0.5f, 0.2f, 1, 1}, 1, 1.0f},    // red under a bright pixel: above 1
+        {{1, 1, 0, 0}, {0.5f, 0.2f, 1, 1}, 1, 1.0f},         // red under a bright pixel: above 1
         {{1, 0, 0, 1}, {0.25f, 0.1f, 0.1f, 0.1f}, 1, 0.0f},  // blue under a dark one: below 0
     };
     CVFloatWorld image(5, 5), scratch(5, 5);
@@ -121,8 +112,7 @@ TEST_F(DeartifactTest, OutOfRangeColourIsPulledToGreyAtConstantLuma) {
             EXPECT_EQ(got[0], c.centre[0]);
             EXPECT_NEAR(Luma(got), Luma(c.centre), 1e-6f);
             EXPECT_NEAR(got[c.boundChannel], c.bound, 1e-6f);
-            EXPECT_GE(std::min({got[1], got[2], got[3]}), -1e-6f);
-            EXPECT_LE(std::max({got[1], got[2], got[3]}), 1.0f + 1e-6f);
+            ExpectInRange(got);
         }
 }
 

@@ -1,34 +1,23 @@
 // The merge stage as a whole: per-pixel writes of the field line, the
 // directional search and its views, and the rebuilt line below.
-#include "headless/inproc/scoped_host.h"
 #include "image/box_filter.h"
 #include "render/merge.h"
-#include "test_merge_support.h"
 
-#include <gtest/gtest.h>
+#include "test_support.h"
 
-#include <cmath>
-#include <memory>
+#include <stdexcept>
 
 namespace {
 
-using namespace merge_test;
+using namespace render_test;
 
 // The images of one merge call for a frame of W x H; Field 0 is the upper
 // field (H + 1) / 2 rows high or the lower one H / 2 rows high.
 struct Scene {
     Scene(long W, long H, bool upperField)
-        : width(W),
-          height(H),
-          upper(upperField),
-          rows(upper ? (H + 1) / 2 : H / 2),
-          field0(W, rows),
-          plus1(W, upper ? H / 2 : (H + 1) / 2),
-          copy(W, rows),
-          prepared(W, rows),
-          output(W, H),
-          gradient(W, rows),
-          difference(W, H / 2) {}
+        : width(W), height(H), upper(upperField), rows(upper ? (H + 1) / 2 : H / 2), field0(W, rows),
+          plus1(W, upper ? H / 2 : (H + 1) / 2), copy(W, rows), prepared(W, rows), output(W, H),
+          gradient(W, rows), difference(W, H / 2) {}
 
     // The filtered copies the render prepares from Field 0.
     void Prepare(long patternSize) {
@@ -38,14 +27,13 @@ struct Scene {
         box_filter_vertical(horizontal, prepared, 2);
     }
 
-    void Run(const MergeKernels& kernels, A_long show, long patternSize) {
+    void Run(const MergeKernels& kernels, A_long show, long patternSize = 4) {
         RenderSettings s{};
         s.show = show;
         s.patternSize = patternSize;
         s.searchSpan = 2 * patternSize;
         s.blendLimit = 0.4f;
-        MergeWith(kernels, s, field0, plus1, upper, gradient, difference, copy, prepared, output,
-                  0, rows);
+        MergeWith(kernels, s, field0, plus1, upper, gradient, difference, copy, prepared, output, 0, rows);
     }
 
     long OutRow(long y) const { return 2 * y + (upper ? 0 : 1); }
@@ -60,22 +48,16 @@ struct Scene {
 
 const MergeKernels kScalar = MergeKernelsFor(false);
 const MergeKernels kVector = MergeKernelsFor(true);
+const MergeKernels kBoth[] = {kScalar, kVector};
+const Pixel kBlack{1, 0, 0, 0};
 
-class MergeTest : public ::testing::Test {
-protected:
-    headless::ScopedHostContext context_;
-    std::mt19937 rng_{2024};
-};
+class MergeTest : public HostTest {};
 
 TEST_F(MergeTest, BuildsAgreeOnRandomFieldsInEveryView) {
     std::uniform_real_distribution<float> u(0.0f, 1.0f);
-    struct Shape {
-        long W, H, pattern;
-        bool upper;
-    };
-    const Shape shapes[] = {{40, 14, 4, true}, {37, 15, 4, false}, {26, 11, 2, true},
-                            {12, 5, 4, false}, {30, 9, 1, true}};
-    for (const Shape& sh : shapes) {
+    struct Shape { long W, H, pattern; bool upper; };
+    for (const Shape& sh : {Shape{40, 14, 4, true}, Shape{37, 15, 4, false}, Shape{26, 11, 2, true},
+                            Shape{12, 5, 4, false}, Shape{30, 9, 1, true}}) {
         Scene s(sh.W, sh.H, sh.upper);
         FillRandom(s.field0, rng_);
         FillRandom(s.plus1, rng_);
@@ -94,62 +76,56 @@ TEST_F(MergeTest, BuildsAgreeOnRandomFieldsInEveryView) {
             }
         FillRandom(s.output, rng_);
         const std::vector<float> base = Snapshot(s.output);
-        const std::vector<float> inputs[] = {Snapshot(s.field0), Snapshot(s.plus1),
-                                             Snapshot(s.copy), Snapshot(s.prepared)};
-        const std::vector<float> analysis[] = {Snapshot(s.gradient), Snapshot(s.difference)};
-        for (A_long show : {kShowResult, kShowAutoLevels, kShowMatchPoints, kShowVectorMagnitudes,
-                            kShowSource, kShowData}) {
-            CopyPixels(base, s.output);
+        const std::vector<std::vector<float>> inputs = {Snapshot(s.field0), Snapshot(s.plus1), Snapshot(s.copy),
+                                                        Snapshot(s.prepared), Snapshot(s.gradient),
+                                                        Snapshot(s.difference)};
+        for (A_long show : {kShowResult, kShowAutoLevels, kShowMatchPoints, kShowVectorMagnitudes, kShowSource,
+                            kShowData}) {
+            SCOPED_TRACE(testing::Message() << "show " << show << " width " << sh.W);
+            Restore(base, s.output);
             s.Run(kScalar, show, sh.pattern);
             const std::vector<float> scalar = Snapshot(s.output);
-            CopyPixels(base, s.output);
+            Restore(base, s.output);
             s.Run(kVector, show, sh.pattern);
-            const std::vector<float> vector = Snapshot(s.output);
-            ASSERT_TRUE(SameBits(scalar, vector)) << "show " << show << " width " << sh.W;
+            ASSERT_TRUE(SameBits(scalar, Snapshot(s.output)));
             ASSERT_FALSE(SameBits(scalar, base));
             // Output rows outside the walked lines stay as they were.
             const long rowFloats = static_cast<long>(s.output.rowbytes() / 4);
             const long first = s.OutRow(0), last = s.OutRow(s.rows - 2) + 1;
             for (long i = 0; i < static_cast<long>(base.size()); ++i) {
-                const long r = i / rowFloats;
-                if (r >= first && r <= last) continue;
-                ASSERT_EQ(Bits(scalar[i]), Bits(base[i])) << "row " << r;
+                if (i / rowFloats >= first && i / rowFloats <= last) continue;
+                ASSERT_EQ(Bits(scalar[i]), Bits(base[i])) << i;
             }
         }
-        EXPECT_TRUE(SameBits(inputs[0], Snapshot(s.field0)));
-        EXPECT_TRUE(SameBits(inputs[1], Snapshot(s.plus1)));
-        EXPECT_TRUE(SameBits(inputs[2], Snapshot(s.copy)));
-        EXPECT_TRUE(SameBits(inputs[3], Snapshot(s.prepared)));
-        EXPECT_TRUE(SameBits(analysis[0], Snapshot(s.gradient)));
-        EXPECT_TRUE(SameBits(analysis[1], Snapshot(s.difference)));
+        const std::vector<std::vector<float>> after = {Snapshot(s.field0), Snapshot(s.plus1), Snapshot(s.copy),
+                                                       Snapshot(s.prepared), Snapshot(s.gradient),
+                                                       Snapshot(s.difference)};
+        EXPECT_EQ(after, inputs);
     }
 }
 
 TEST_F(MergeTest, StillFrameKeepsField0AndWeavesFieldPlus1) {
-    for (bool upper : {true, false}) {
-        for (const MergeKernels& kernels : {kScalar, kVector}) {
+    for (bool upper : {true, false})
+        for (const MergeKernels& kernels : kBoth) {
             Scene s(21, 12, upper);
-            FillRandom(s.field0, rng_, 0.0f, 1.0f);
-            FillRandom(s.plus1, rng_, 0.0f, 1.0f);
+            FillRandom(s.field0, rng_);
+            FillRandom(s.plus1, rng_);
             s.Prepare(4);
             FillAll(s.gradient, 1.0f);  // edges everywhere, but nothing moves
             FillAll(s.difference, 0.0f);
             FillRandom(s.output, rng_);
             const std::vector<float> base = Snapshot(s.output);
-            s.Run(kernels, kShowResult, 4);
+            s.Run(kernels, kShowResult);
             for (long y = 0; y + 1 < s.rows; ++y)
                 for (long x = 0; x < s.width; ++x) {
                     ASSERT_EQ(At(s.output, x, s.OutRow(y)), At(s.field0, x, y)) << x << "," << y;
-                    ASSERT_EQ(At(s.output, x, s.OutRow(y) + 1), At(s.plus1, x, y + (upper ? 0 : 1)))
-                        << x << "," << y;
+                    ASSERT_EQ(At(s.output, x, s.OutRow(y) + 1), At(s.plus1, x, y + (upper ? 0 : 1))) << x << "," << y;
                 }
             // The last field row is not walked: its line keeps the base.
             const long rowFloats = static_cast<long>(s.output.rowbytes() / 4);
-            for (long r = s.OutRow(s.rows - 1); r < s.height; ++r)
-                for (long i = 0; i < rowFloats; ++i)
-                    ASSERT_EQ(s.output.data_row_ptr(r)[i], base[r * rowFloats + i]) << "row " << r;
+            for (long i = s.OutRow(s.rows - 1) * rowFloats; i < static_cast<long>(base.size()); ++i)
+                ASSERT_EQ(s.output.data_ptr()[i], base[i]) << i;
         }
-    }
 }
 
 TEST_F(MergeTest, MotionWithoutEdgeBlendsAndStartsNoMatch) {
@@ -161,49 +137,17 @@ TEST_F(MergeTest, MotionWithoutEdgeBlendsAndStartsNoMatch) {
     FillAll(s.difference, 0.25f);
     FillRandom(s.output, rng_);
     const std::vector<float> base = Snapshot(s.output);
-    for (const MergeKernels& kernels : {kScalar, kVector}) {
-        CopyPixels(base, s.output);
-        s.Run(kernels, kShowMatchPoints, 4);
-        const long rowFloats = static_cast<long>(s.output.rowbytes() / 4);
+    const long rowFloats = static_cast<long>(s.output.rowbytes() / 4);
+    for (const MergeKernels& kernels : kBoth) {
+        Restore(base, s.output);
+        s.Run(kernels, kShowMatchPoints);
         for (long y = 0; y + 1 < s.rows; ++y)
             for (long x = 0; x < s.width; ++x) {
                 const float* o = base.data() + s.OutRow(y) * rowFloats + x * 4;
-                const Pixel p = At(s.field0, x, y);
-                const Pixel got = At(s.output, x, s.OutRow(y));
+                const Pixel p = At(s.field0, x, y), got = At(s.output, x, s.OutRow(y));
                 EXPECT_EQ(got[0], o[0]);  // alpha of the base
                 for (int c = 1; c < 4; ++c) EXPECT_EQ(got[c], 0.25f * p[c] + 0.75f * o[c]);
             }
-    }
-}
-
-// A field whose every row is the row above moved two pixels right, with a
-// pattern of period 4: the offsets -2 and +2 match equally well.
-void DiagonalPeriodicField(Scene& s) {
-    const Pixel period[4] = {{1, 0.9f, 0.2f, 0.3f}, {1, 0.1f, 0.8f, 0.3f},
-                             {1, 0.1f, 0.2f, 0.7f}, {1, 0.1f, 0.2f, 0.3f}};
-    for (long y = 0; y < s.rows; ++y)
-        for (long x = 0; x < s.width; ++x) Put(s.field0, x, y, period[((x - 2 * y) % 4 + 8) % 4]);
-    s.field0.copy_into(s.copy);
-    // Window means equal at every centre, so equal windows score equal bits.
-    FillAll(s.prepared, Pixel{1, 0.3f, 0.35f, 0.4f});
-}
-
-TEST_F(MergeTest, TiesGoToTheLargerOffset) {
-    Scene s(40, 16, true);
-    DiagonalPeriodicField(s);
-    FillRandom(s.plus1, rng_);
-    FillAll(s.gradient, 0.0f);
-    s.gradient.row_ptr(3)[20] = 1.0f;
-    FillAll(s.difference, 1.0f);
-    for (const MergeKernels& kernels : {kScalar, kVector}) {
-        FillAll(s.output, Pixel{1, 0, 0, 0});
-        s.Run(kernels, kShowVectorMagnitudes, 4);
-        // |k| = 2 of a span of 8, drawn in green for k >= 0.
-        const float v = 2.0f * 0.9f / 8.0f + 0.1f;
-        EXPECT_EQ(At(s.output, 20, s.OutRow(3)), (Pixel{1, 0, v, 0}));
-        EXPECT_EQ(At(s.output, 20, s.OutRow(3) + 1), (Pixel{1, 0, v, 0}));
-        // A pixel with motion but no edge: opaque black in this view.
-        EXPECT_EQ(At(s.output, 19, s.OutRow(3)), (Pixel{1, 0, 0, 0}));
     }
 }
 
@@ -223,19 +167,19 @@ TEST_F(MergeTest, NaNScoresNeverWin) {
     FillAll(s.gradient, 0.0f);
     s.gradient.row_ptr(4)[21] = 1.0f;
     FillAll(s.difference, 1.0f);
-    for (const MergeKernels& kernels : {kScalar, kVector}) {
-        FillAll(s.output, Pixel{1, 0, 0, 0});
-        s.Run(kernels, kShowVectorMagnitudes, 4);
+    for (const MergeKernels& kernels : kBoth) {
+        FillAll(s.output, kBlack);
+        s.Run(kernels, kShowVectorMagnitudes);
         const Pixel got = At(s.output, 21, s.OutRow(4));
         const bool negative = got[3] > 0.0f && got[2] == 0.0f;
         const bool zero = got[2] == 0.1f && got[3] == 0.0f;
         EXPECT_TRUE(negative || zero) << got[2] << " " << got[3];
     }
     // A field flat everywhere: every score is NaN, the match goes straight down.
-    FillAll(s.copy, Pixel{1, 0.5f, 0.5f, 0.5f});
-    for (const MergeKernels& kernels : {kScalar, kVector}) {
-        FillAll(s.output, Pixel{1, 0, 0, 0});
-        s.Run(kernels, kShowVectorMagnitudes, 4);
+    FillAll(s.copy, flat);
+    for (const MergeKernels& kernels : kBoth) {
+        FillAll(s.output, kBlack);
+        s.Run(kernels, kShowVectorMagnitudes);
         EXPECT_EQ(At(s.output, 21, s.OutRow(4)), (Pixel{1, 0, 0.1f, 0}));
     }
 }
@@ -243,32 +187,38 @@ TEST_F(MergeTest, NaNScoresNeverWin) {
 TEST_F(MergeTest, MovingEdgeIsFilledAlongItsDirection) {
     // An edge moving two pixels right per field row; everything moves.
     Scene s(48, 24, true);
-    const Pixel dark{1, 0.1f, 0.2f, 0.3f}, bright{1, 0.9f, 0.8f, 0.7f};
     auto edge = [](long y) { return 10 + 2 * y; };
     for (long y = 0; y < s.rows; ++y)
-        for (long x = 0; x < s.width; ++x) Put(s.field0, x, y, x >= edge(y) ? bright : dark);
+        for (long x = 0; x < s.width; ++x)
+            Put(s.field0, x, y, x >= edge(y) ? Pixel{1, 0.9f, 0.8f, 0.7f} : Pixel{1, 0.1f, 0.2f, 0.3f});
     s.Prepare(4);
     FillAll(s.plus1, Pixel{1, 0.5f, 0.5f, 0.5f});
     FillAll(s.gradient, 0.0f);
     for (long y = 0; y < s.rows; ++y) s.gradient.row_ptr(y)[edge(y)] = 1.0f;
     FillAll(s.difference, 1.0f);
-    for (const MergeKernels& kernels : {kScalar, kVector}) {
-        FillAll(s.output, Pixel{1, 0, 0, 0});
-        s.Run(kernels, kShowResult, 4);
+    for (const MergeKernels& kernels : kBoth) {
+        FillAll(s.output, kBlack);
+        s.Run(kernels, kShowResult);
         // Between field rows 5 (edge at 20) and 6 (edge at 22) the rebuilt
         // line has its edge at 21; straight down, columns 20 and 21 would
         // both be half grey.
         const long r = s.OutRow(5) + 1;
-        EXPECT_LT(At(s.output, 20, r)[1], 0.2f);
-        EXPECT_GT(At(s.output, 21, r)[1], 0.8f);
-        EXPECT_LT(At(s.output, 17, r)[1], 0.2f);
-        EXPECT_GT(At(s.output, 24, r)[1], 0.8f);
+        for (long x : {17, 20}) EXPECT_LT(At(s.output, x, r)[1], 0.2f) << x;
+        for (long x : {21, 24}) EXPECT_GT(At(s.output, x, r)[1], 0.8f) << x;
     }
 }
 
-TEST_F(MergeTest, ViewsMarkTheirPixels) {
+TEST_F(MergeTest, ViewsMarkTheirPixelsAndTiesGoToTheLargerOffset) {
+    // Every row is the row above moved two pixels right, with a pattern of
+    // period 4: the offsets -2 and +2 match equally well. The window means
+    // are equal at every centre, so equal windows score equal bits.
     Scene s(40, 16, true);
-    DiagonalPeriodicField(s);
+    const Pixel period[4] = {{1, 0.9f, 0.2f, 0.3f}, {1, 0.1f, 0.8f, 0.3f}, {1, 0.1f, 0.2f, 0.7f},
+                             {1, 0.1f, 0.2f, 0.3f}};
+    for (long y = 0; y < s.rows; ++y)
+        for (long x = 0; x < s.width; ++x) Put(s.field0, x, y, period[((x - 2 * y) % 4 + 8) % 4]);
+    s.field0.copy_into(s.copy);
+    FillAll(s.prepared, Pixel{1, 0.3f, 0.35f, 0.4f});
     FillRandom(s.plus1, rng_);
     FillAll(s.gradient, 0.0f);
     s.gradient.row_ptr(3)[12] = 1.0f;
@@ -276,40 +226,49 @@ TEST_F(MergeTest, ViewsMarkTheirPixels) {
     FillAll(s.difference, 1.0f);
     for (long x = 30; x < s.width; ++x) s.difference.row_ptr(3)[x] = 0.0f;
     const long r0 = s.OutRow(3), r1 = r0 + 1;
-    for (const MergeKernels& kernels : {kScalar, kVector}) {
+    for (const MergeKernels& kernels : kBoth) {
         // Match points: the start in red on the field line, the matched end
         // (k = +2) in green on the line below. The second match's end lies
         // in the row's last segment, which the end-of-row fill covers.
-        FillAll(s.output, Pixel{1, 0, 0, 0});
-        s.Run(kernels, kShowMatchPoints, 4);
+        FillAll(s.output, kBlack);
+        s.Run(kernels, kShowMatchPoints);
         EXPECT_EQ(At(s.output, 12, r0), (Pixel{1, 1, 0, 0}));
         EXPECT_EQ(At(s.output, 14, r1), (Pixel{1, 0, 1, 0}));
         EXPECT_EQ(At(s.output, 24, r0), (Pixel{1, 1, 0, 0}));
         EXPECT_EQ(At(s.output, 13, r0), At(s.field0, 13, 3));  // m = 1: Field 0 colour
 
+        // Vector magnitudes: |k| = 2 of a span of 8, in green for k >= 0, on
+        // both lines; a moving pixel without an edge is opaque black.
+        FillAll(s.output, kBlack);
+        s.Run(kernels, kShowVectorMagnitudes);
+        const float v = 2.0f * 0.9f / 8.0f + 0.1f;
+        EXPECT_EQ(At(s.output, 12, r0), (Pixel{1, 0, v, 0}));
+        EXPECT_EQ(At(s.output, 12, r1), (Pixel{1, 0, v, 0}));
+        EXPECT_EQ(At(s.output, 11, r0), kBlack);
+
         // Source: moving pixels of the field line in half red, every filled
         // pixel of the line below yellow where it moves, woven where not.
-        FillAll(s.output, Pixel{1, 0, 0, 0});
-        s.Run(kernels, kShowSource, 4);
+        FillAll(s.output, kBlack);
+        s.Run(kernels, kShowSource);
         EXPECT_EQ(At(s.output, 5, r0), (Pixel{1, 0.5f, 0, 0}));
         EXPECT_EQ(At(s.output, 33, r0), At(s.field0, 33, 3));  // still: Field 0 itself
-        for (long x = 0; x < 30; ++x) EXPECT_EQ(At(s.output, x, r1), (Pixel{1, 1, 1, 0})) << x;
-        for (long x = 30; x < s.width; ++x) EXPECT_EQ(At(s.output, x, r1), At(s.plus1, x, 3)) << x;
+        for (long x = 0; x < s.width; ++x)
+            EXPECT_EQ(At(s.output, x, r1), x < 30 ? Pixel({1, 1, 1, 0}) : At(s.plus1, x, 3)) << x;
     }
 }
 
 TEST_F(MergeTest, RejectsImagesThatDoNotFit) {
-    Scene s(11, 10, true);  // narrower than span + pattern = 12
     RenderSettings settings{};
     settings.show = kShowResult;
     settings.patternSize = 4;
     settings.searchSpan = 8;
-    EXPECT_THROW(Merge(settings, s.field0, s.plus1, true, s.gradient, s.difference, s.copy,
-                       s.prepared, s.output, 0, s.rows),
+    Scene s(11, 10, true);  // narrower than span + pattern = 12
+    EXPECT_THROW(Merge(settings, s.field0, s.plus1, true, s.gradient, s.difference, s.copy, s.prepared, s.output,
+                       0, s.rows),
                  std::invalid_argument);
-    Scene t(16, 10, true);
-    EXPECT_THROW(Merge(settings, t.field0, t.plus1, true, t.gradient, t.difference, t.copy,
-                       t.prepared, t.output, 0, t.rows + 1),
+    Scene t(16, 10, true);  // more rows than the field has
+    EXPECT_THROW(Merge(settings, t.field0, t.plus1, true, t.gradient, t.difference, t.copy, t.prepared, t.output,
+                       0, t.rows + 1),
                  std::invalid_argument);
 }
 

@@ -1,40 +1,33 @@
 // The two inner routines of the merge: the pattern score and the segment
 // filler, each in its vector and scalar build.
-#include "headless/inproc/scoped_host.h"
 #include "render/fill_segment.h"
 #include "render/pattern_score.h"
-#include "test_merge_support.h"
 
-#include <gtest/gtest.h>
+#include "test_support.h"
 
+#include <algorithm>
 #include <cmath>
 #include <set>
 
 namespace {
 
-using namespace merge_test;
+using namespace render_test;
 
-struct ScoreCase {
-    long x, y, k, h;
-};
+struct ScoreCase { long x, y, k, h; };
 
-class PatternScoreTest : public ::testing::Test {
-protected:
-    // Pointers exactly as the merge hands them over.
-    float Score(PatternScoreFn fn, const CVFloatWorld& copy, const CVFloatWorld& prepared,
-                const ScoreCase& c) {
-        const float* rowB = copy.data_row_ptr(c.y + 1);
-        const float* rowMeanB = prepared.data_row_ptr(c.y + 1);
-        return fn(copy, copy.data_at_point(c.x, c.y), prepared.data_at_point(c.x, c.y),
-                  rowB + (c.x + c.k) * 4, rowMeanB + (c.x + c.k) * 4, c.h, 2, copy.rowbytes(), c.x,
-                  copy.width(), c.y, copy.height());
-    }
+// Pointers exactly as the merge hands them over.
+float Score(PatternScoreFn fn, const CVFloatWorld& copy, const CVFloatWorld& prepared, const ScoreCase& c) {
+    return fn(copy, copy.data_at_point(c.x, c.y), prepared.data_at_point(c.x, c.y),
+              copy.data_row_ptr(c.y + 1) + (c.x + c.k) * 4, prepared.data_row_ptr(c.y + 1) + (c.x + c.k) * 4, c.h,
+              2, copy.rowbytes(), c.x, copy.width(), c.y, copy.height());
+}
 
-    headless::ScopedHostContext context_;
-    std::mt19937 rng_{1234};
-};
+const PatternScoreFn kScores[] = {PatternScore_regular, PatternScore_simd};
+const FillSegmentFn kFills[] = {FillSegment_regular, FillSegment_simd};
 
-TEST_F(PatternScoreTest, BuildsAgreeBitForBitOnRandomFields) {
+class MergeKernelsTest : public HostTest {};
+
+TEST_F(MergeKernelsTest, ScoreBuildsAgreeBitForBitOnRandomFields) {
     // Widths with and without row padding; a flat band gives NaN scores too.
     for (long width : {24L, 37L}) {
         CVFloatWorld copy(width, 9), prepared(width, 9);
@@ -42,32 +35,25 @@ TEST_F(PatternScoreTest, BuildsAgreeBitForBitOnRandomFields) {
         FillRandom(prepared, rng_);
         for (long y = 0; y < 9; ++y)
             for (long x = 0; x < 6; ++x) Put(copy, x, y, Pixel{1.0f, 0.5f, 0.5f, 0.5f});
-        long compared = 0;
-        for (long h : {1L, 4L}) {
-            const long span = 2 * h;
+        for (long h : {1L, 4L})
             for (long y = 0; y + 1 < 9; ++y)
                 for (long x = 0; x < width; ++x)
-                    for (long k = -span; k <= span && x + k <= width - 1; ++k) {
+                    for (long k = -2 * h; k <= 2 * h && x + k <= width - 1; ++k) {
                         const ScoreCase c{x, y, k, h};
-                        const float a = Score(PatternScore_regular, copy, prepared, c);
-                        const float b = Score(PatternScore_simd, copy, prepared, c);
-                        ASSERT_EQ(Bits(a), Bits(b)) << "x " << x << " y " << y << " k " << k
-                                                    << " h " << h << " width " << width;
-                        ++compared;
+                        ASSERT_EQ(Bits(Score(PatternScore_regular, copy, prepared, c)),
+                                  Bits(Score(PatternScore_simd, copy, prepared, c)))
+                            << "x " << x << " y " << y << " k " << k << " h " << h << " width " << width;
                     }
-        }
-        EXPECT_GT(compared, 1000);
     }
 }
 
-TEST_F(PatternScoreTest, IdenticalWindowsScoreThreeAndFlatWindowsNaN) {
+TEST_F(MergeKernelsTest, IdenticalWindowsScoreThreeAndFlatWindowsNaN) {
     // Every row the same: the window at (x, y) equals the one at (x, y + 1).
     CVFloatWorld copy(20, 8), prepared(20, 8);
     FillRandom(copy, rng_);
-    for (long y = 1; y < 8; ++y)
-        std::memcpy(copy.data_row_ptr(y), copy.data_row_ptr(0), copy.rowbytes());
+    for (long y = 1; y < 8; ++y) std::memcpy(copy.data_row_ptr(y), copy.data_row_ptr(0), copy.rowbytes());
     FillAll(prepared, Pixel{1.0f, 0.5f, 0.5f, 0.5f});
-    for (PatternScoreFn fn : {PatternScore_regular, PatternScore_simd}) {
+    for (PatternScoreFn fn : kScores) {
         EXPECT_NEAR(Score(fn, copy, prepared, {9, 3, 0, 4}), 3.0f, 1e-5f);
         EXPECT_NEAR(Score(fn, copy, prepared, {0, 0, 0, 2}), 3.0f, 1e-5f);
     }
@@ -75,8 +61,7 @@ TEST_F(PatternScoreTest, IdenticalWindowsScoreThreeAndFlatWindowsNaN) {
     // guard, the score is NaN.
     for (long y = 0; y < 8; ++y)
         for (long x = 0; x < 20; ++x) copy.data_at_point(x, y)[2] = 0.5f;
-    for (PatternScoreFn fn : {PatternScore_regular, PatternScore_simd})
-        EXPECT_TRUE(std::isnan(Score(fn, copy, prepared, {9, 3, 2, 4})));
+    for (PatternScoreFn fn : kScores) EXPECT_TRUE(std::isnan(Score(fn, copy, prepared, {9, 3, 2, 4})));
 }
 
 // Which pixels of the copied field the score reads: nudging a pixel changes
@@ -85,68 +70,55 @@ TEST_F(PatternScoreTest, IdenticalWindowsScoreThreeAndFlatWindowsNaN) {
 // clamped to 0 .. H - 1, the second's to 1 .. H - 1; near the bottom the row
 // count drops to 4; columns left of 0 reach into the previous row's tail, and
 // nothing at or past the end of the image is read.
-TEST_F(PatternScoreTest, ReadsExactlyTheTwoWindows) {
-    const long W = 24, H = 8;
-    const long padded = 24;  // no padding: the last row ends the block
+TEST_F(MergeKernelsTest, ScoreReadsExactlyTheTwoWindows) {
+    const long W = 24, H = 8;  // no padding: the last row ends the block
     const ScoreCase cases[] = {
-        {10, 3, 3, 4},   // inside
-        {1, 0, -2, 3},   // left edge and top row; second window left of column 0
-        {22, 6, 1, 3},   // right edge (right = 1), second-to-last row (4 rows)
-        {18, 6, 5, 4},   // second window runs off the end of the block
-        {0, 5, -8, 4},   // the furthest left the merge reaches
+        {10, 3, 3, 4},  // inside
+        {1, 0, -2, 3},  // left edge and top row; second window left of column 0
+        {22, 6, 1, 3},  // right edge (right = 1), second-to-last row (4 rows)
+        {18, 6, 5, 4},  // second window runs off the end of the block
+        {0, 5, -8, 4},  // the furthest left the merge reaches
     };
     CVFloatWorld copy(W, H), prepared(W, H);
-    ASSERT_EQ(static_cast<long>(copy.rowbytes() / 16), padded);
     FillRandom(copy, rng_);
     FillRandom(prepared, rng_);
-    auto clamp = [](long v, long lo, long hi) { return v < lo ? lo : (v > hi ? hi : v); };
     for (const ScoreCase& c : cases) {
-        const long left = std::min(c.h, c.x);
-        const long right = c.x + c.h < W ? c.h : W - 1 - c.x;
+        SCOPED_TRACE(testing::Message() << "x " << c.x << " y " << c.y << " k " << c.k);
+        const long left = std::min(c.h, c.x), right = c.x + c.h < W ? c.h : W - 1 - c.x;
         const long count = 2 + c.y >= H ? 5 + (c.y - H + 1) : 5;
         // Pairs in walking order; the first pair whose second pixel lies past
         // the block ends the walk.
         std::set<long> expected;
         for (long j = 0; j < count; ++j) {
-            const long ra = clamp(c.y + j - 2, 0, H - 1);
-            const long rb = clamp(c.y + 1 + j - 2, 1, H - 1);
+            const long ra = std::clamp(c.y + j - 2, 0L, H - 1), rb = std::clamp(c.y + j - 1, 1L, H - 1);
             for (long col = -left; col < right; ++col) {
-                const long fb = rb * padded + c.x + c.k + col;
-                if (fb >= H * padded) {
+                const long fb = rb * W + c.x + c.k + col;
+                if (fb >= H * W) {
                     j = count;
                     break;
                 }
-                expected.insert(ra * padded + c.x + col);
+                expected.insert(ra * W + c.x + col);
                 expected.insert(fb);
             }
         }
-        for (PatternScoreFn fn : {PatternScore_regular, PatternScore_simd}) {
+        for (PatternScoreFn fn : kScores) {
             const float base = Score(fn, copy, prepared, c);
             ASSERT_TRUE(std::isfinite(base));
-            for (long flat = 0; flat < H * padded; ++flat) {
+            for (long flat = 0; flat < H * W; ++flat) {
                 float* p = copy.data_ptr() + flat * 4;
                 const float saved = p[1];
                 p[1] += 0.37f;
                 const bool changed = Score(fn, copy, prepared, c) != base;
                 p[1] = saved;
-                EXPECT_EQ(changed, expected.count(flat) == 1)
-                    << "case x " << c.x << " y " << c.y << " k " << c.k << ": pixel "
-                    << flat % padded << "," << flat / padded;
+                EXPECT_EQ(changed, expected.count(flat) == 1) << "pixel " << flat % W << "," << flat / W;
             }
         }
     }
 }
 
-class FillSegmentTest : public ::testing::Test {
-protected:
-    headless::ScopedHostContext context_;
-    std::mt19937 rng_{99};
-};
-
-TEST_F(FillSegmentTest, BuildsAgreeAndWriteOnlyTheSegment) {
+TEST_F(MergeKernelsTest, FillBuildsAgreeAndWriteOnlyTheSegment) {
     const long W = 29;
-    CVFloatWorld field0(W, 7), plus1(W, 7), plus1Short(W, 6);
-    CVFloatWorld outA(W, 3), outB(W, 3);
+    CVFloatWorld field0(W, 7), plus1(W, 7), plus1Short(W, 6), outA(W, 3), outB(W, 3);
     FillRandom(field0, rng_);
     FillRandom(plus1, rng_);
     FillRandom(plus1Short, rng_);
@@ -158,23 +130,17 @@ TEST_F(FillSegmentTest, BuildsAgreeAndWriteOnlyTheSegment) {
             const float r = u(rng_);
             m = r < 0.2f ? 0.0f : (r > 0.8f ? 1.0f : u(rng_));
         }
-        const bool upper = trial % 2 == 0;
-        const bool isResult = (trial / 2) % 2 == 0;
+        const bool upper = trial % 2 == 0, isResult = (trial / 2) % 2 == 0;
         const long y = trial % 6;  // rows y and y + 1 exist in field0
         const CVFloatWorld& next = trial % 3 == 0 ? plus1Short : plus1;
-        const long s0 = col(rng_), e0 = col(rng_);
-        MatchPoint previous{float(s0), float(e0), float(s0 + e0) * 0.5f, 1.0f};
-        MatchPoint current;
-        if (trial % 5 == 4) {
-            current = MatchPoint{float(W), float(W), float(W), float(W)};
-        } else {
-            const long s1 = col(rng_), e1 = col(rng_);
-            current = MatchPoint{float(s1), float(e1), float(s1 + e1) * 0.5f, 2.0f};
-        }
+        const long s0 = col(rng_), e0 = col(rng_), s1 = col(rng_), e1 = col(rng_);
+        const MatchPoint previous{float(s0), float(e0), float(s0 + e0) * 0.5f, 1.0f};
+        const MatchPoint current = trial % 5 == 4 ? MatchPoint{float(W), float(W), float(W), float(W)}
+                                                  : MatchPoint{float(s1), float(e1), float(s1 + e1) * 0.5f, 2.0f};
         const long segmentStart = static_cast<long>(previous.midpoint);
         FillRandom(outA, rng_);
         const std::vector<float> before = Snapshot(outA);
-        CopyPixels(before, outB);
+        Restore(before, outB);
         const float* d = difference.data() + 8;
         FillSegment_regular(upper, isResult, y, segmentStart, previous, current, field0, next, d,
                             outA.data_row_ptr(1) + segmentStart * 4);
@@ -184,45 +150,41 @@ TEST_F(FillSegmentTest, BuildsAgreeAndWriteOnlyTheSegment) {
         ASSERT_TRUE(SameBits(a, Snapshot(outB))) << "trial " << trial;
         // Only floor(current) - floor(previous) pixels from segmentStart on.
         const long n = static_cast<long>(std::floor(current.midpoint) - std::floor(previous.midpoint));
-        const long rowFloats = static_cast<long>(outA.rowbytes() / 4);
+        const long rowPixels = static_cast<long>(outA.rowbytes() / 16);
         for (long i = 0; i < static_cast<long>(a.size()); ++i) {
-            const long pixel = i / 4 - rowFloats / 4 - segmentStart;
+            const long pixel = i / 4 - rowPixels - segmentStart;
             if (pixel >= 0 && pixel < n) continue;
             ASSERT_EQ(Bits(a[i]), Bits(before[i])) << "trial " << trial << " float " << i;
         }
     }
 }
 
-TEST_F(FillSegmentTest, StillPixelsWeaveMovingPixelsFollowTheMatch) {
+TEST_F(MergeKernelsTest, StillPixelsWeaveMovingPixelsFollowTheMatch) {
     const long W = 20;
     CVFloatWorld field0(W, 6), plus1(W, 6), out(W, 1);
     FillRandom(field0, rng_);
     FillRandom(plus1, rng_);
-    std::vector<float> still(W, 0.0f), moving(W, 1.0f);
+    const std::vector<float> still(W, 0.0f), half(W, 0.5f), moving(W, 1.0f);
+    const Pixel unset{-1, -1, -1, -1};
     // A match from (start 0, end 4) to (start 10, end 14): midpoints 2 and 12.
-    const MatchPoint previous{0.0f, 4.0f, 2.0f, 1.0f};
-    const MatchPoint current{10.0f, 14.0f, 12.0f, 1.0f};
-    for (FillSegmentFn fn : {FillSegment_regular, FillSegment_simd}) {
+    const MatchPoint previous{0.0f, 4.0f, 2.0f, 1.0f}, current{10.0f, 14.0f, 12.0f, 1.0f};
+    for (FillSegmentFn fn : kFills) {
+        // Still: the other field's line unchanged, upper -> its row y, lower
+        // -> its row y + 1, columns from the previous midpoint.
         for (bool upper : {true, false}) {
-            // Still: the other field's line unchanged, upper -> its row y,
-            // lower -> its row y + 1, columns from the previous midpoint.
-            FillAll(out, Pixel{-1, -1, -1, -1});
+            FillAll(out, unset);
             fn(upper, true, 2, 2, previous, current, field0, plus1, still.data(), out.data_ptr());
-            for (long i = 0; i < 10; ++i)
-                EXPECT_EQ(At(out, i, 0), At(plus1, 2 + i, upper ? 2 : 3)) << i;
-            EXPECT_EQ(At(out, 10, 0), (Pixel{-1, -1, -1, -1}));
+            for (long i = 0; i < 10; ++i) EXPECT_EQ(At(out, i, 0), At(plus1, 2 + i, upper ? 2 : 3)) << i;
+            EXPECT_EQ(At(out, 10, 0), unset);
         }
-        // Moving: at the previous midpoint the pixel is the mean of the match
-        // ends, field row 2 at column 0 and field row 3 at column 4.
-        FillAll(out, Pixel{-1, -1, -1, -1});
+        // Moving: at the previous midpoint the mean of the match ends, field
+        // row 2 at column 0 and row 3 at column 4; halfway, of (5, 2) and (9, 3).
         fn(true, true, 2, 2, previous, current, field0, plus1, moving.data(), out.data_ptr());
-        const Pixel a = At(field0, 0, 2), b = At(field0, 4, 3);
-        for (int c = 0; c < 4; ++c) EXPECT_FLOAT_EQ(At(out, 0, 0)[c], 0.5f * (a[c] + b[c]));
-        // Halfway: between (5, 2) and (9, 3).
-        const Pixel a5 = At(field0, 5, 2), b9 = At(field0, 9, 3);
-        for (int c = 0; c < 4; ++c) EXPECT_NEAR(At(out, 5, 0)[c], 0.5f * (a5[c] + b9[c]), 1e-5f);
+        for (int c = 0; c < 4; ++c) {
+            EXPECT_FLOAT_EQ(At(out, 0, 0)[c], 0.5f * (At(field0, 0, 2)[c] + At(field0, 4, 3)[c]));
+            EXPECT_NEAR(At(out, 5, 0)[c], 0.5f * (At(field0, 5, 2)[c] + At(field0, 9, 3)[c]), 1e-5f);
+        }
         // "Source": opaque yellow blended with the weave pixel by the motion.
-        std::vector<float> half(W, 0.5f);
         fn(true, false, 2, 2, previous, current, field0, plus1, half.data(), out.data_ptr());
         const Pixel yellow{1, 1, 1, 0};
         for (long i = 0; i < 10; ++i)
@@ -231,38 +193,27 @@ TEST_F(FillSegmentTest, StillPixelsWeaveMovingPixelsFollowTheMatch) {
     }
 }
 
-TEST_F(FillSegmentTest, NegativeStartsSkipWithoutAdvancing) {
-    const long W = 16;
+TEST_F(MergeKernelsTest, FillSkipsNegativeStartsAndClampsTheWeaveRow) {
+    const long W = 6;  // padded to 8
     CVFloatWorld field0(W, 4), plus1(W, 4), out(W, 2);
     FillRandom(field0, rng_);
     FillRandom(plus1, rng_);
-    std::vector<float> still(W, 0.0f);
-    for (FillSegmentFn fn : {FillSegment_regular, FillSegment_simd}) {
-        FillAll(out, Pixel{-1, -1, -1, -1});
-        // Five pixels; the first two fall left of column 0 and are not
-        // written, the other three go to the first three output pixels.
-        fn(true, true, 1, -2, MatchPoint{0, 0, 0, 0}, MatchPoint{5, 5, 5, 0}, field0, plus1,
-           still.data(), out.data_row_ptr(1));
-        for (long i = 0; i < 3; ++i) EXPECT_EQ(At(out, i, 1), At(plus1, 2 + i, 1)) << i;
-        EXPECT_EQ(At(out, 3, 1), (Pixel{-1, -1, -1, -1}));
-        EXPECT_EQ(At(out, W - 1, 0), (Pixel{-1, -1, -1, -1}));
-    }
-}
-
-TEST_F(FillSegmentTest, WeavePixelClampsIntoTheNextField) {
-    // A lower Field 0 row at the bottom of the other field: the weave row
-    // lies past the next field, so its last pixel (padding included) is used.
-    const long W = 6;  // padded to 8
-    CVFloatWorld field0(W, 4), plus1(W, 4), out(W, 1);
-    FillRandom(field0, rng_);
-    FillRandom(plus1, rng_);
-    const Pixel last{0.125f, 0.25f, 0.375f, 0.5f};
+    const Pixel unset{-1, -1, -1, -1}, last{0.125f, 0.25f, 0.375f, 0.5f};
     std::memcpy(plus1.data_end_ptr() - 4, last.data(), 16);
-    std::vector<float> still(W, 0.0f);
-    for (FillSegmentFn fn : {FillSegment_regular, FillSegment_simd}) {
-        FillAll(out, Pixel{-1, -1, -1, -1});
-        fn(false, false, 3, 0, MatchPoint{0, 0, 0, 0}, MatchPoint{3, 3, 3, 0}, field0, plus1,
-           still.data(), out.data_ptr());
+    const std::vector<float> still(8, 0.0f);
+    for (FillSegmentFn fn : kFills) {
+        // Five pixels from segment start -2: the two left of column 0 are
+        // not written, the other three go to the first three output pixels.
+        FillAll(out, unset);
+        fn(true, true, 1, -2, MatchPoint{0, 0, 0, 0}, MatchPoint{5, 5, 5, 0}, field0, plus1, still.data(),
+           out.data_row_ptr(1));
+        for (long i = 0; i < 3; ++i) EXPECT_EQ(At(out, i, 1), At(plus1, 2 + i, 1)) << i;
+        EXPECT_EQ(At(out, 3, 1), unset);
+        EXPECT_EQ(At(out, W - 1, 0), unset);
+        // A lower Field 0 row at the bottom of the other field: the weave row
+        // lies past the next field, so its last pixel (padding included) is used.
+        fn(false, false, 3, 0, MatchPoint{0, 0, 0, 0}, MatchPoint{3, 3, 3, 0}, field0, plus1, still.data(),
+           out.data_ptr());
         for (long i = 0; i < 3; ++i) EXPECT_EQ(At(out, i, 0), last) << i;
     }
 }
