@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <memory>
 
 #include "image_test_support.h"
 
@@ -12,30 +13,19 @@ class ConvertTest : public ImageTest {};
 const float kFrom8 = 0.003921569f;
 
 // An integer buffer whose rows start `misalign` bytes past a 16-byte
-// boundary, followed by nothing the test does not own.
+// boundary (operator new aligns to 16) and which ends with its last row.
 template <typename T>
 struct IntBuffer {
-    // operator new gives 16-byte aligned storage; the rows start `misalign`
-    // bytes into it and the allocation ends with the last row.
     IntBuffer(A_long w, A_long h, size_t misalign, size_t extra_row_bytes = 0)
-        : rowbytes(static_cast<A_u_long>(w * 4 * sizeof(T) + extra_row_bytes)),
-          offset(misalign),
-          size(misalign + static_cast<size_t>(rowbytes) * h),
-          storage(new unsigned char[size])
+        : rowbytes(static_cast<A_u_long>(w * 4 * sizeof(T) + extra_row_bytes)), offset(misalign),
+          size(misalign + static_cast<size_t>(rowbytes) * h), storage(new unsigned char[size])
     {
     }
-    T* data() { return reinterpret_cast<T*>(storage.get() + offset); }
     T* row(A_long y) { return reinterpret_cast<T*>(storage.get() + offset + rowbytes * y); }
     std::vector<unsigned char> bytes() const { return std::vector<unsigned char>(storage.get(), storage.get() + size); }
     void set(unsigned char v) { std::fill(storage.get(), storage.get() + size, v); }
-    template <typename G>
-    void randomize(G& g)
-    {
-        for (size_t i = 0; i < size; ++i) storage[i] = static_cast<unsigned char>(g());
-    }
     A_u_long rowbytes;
-    size_t offset;
-    size_t size;
+    size_t offset, size;
     std::unique_ptr<unsigned char[]> storage;
 };
 
@@ -43,33 +33,29 @@ TEST_F(ConvertTest, FromIntegerVariantsAgreeAndLeaveTheSourceAlone)
 {
     for (A_long w : {1, 3, 4, 5, 17, 33}) {
         for (size_t misalign : {0, 3, 8, 13}) {
+            SCOPED_TRACE(testing::Message() << "width " << w << " misalign " << misalign);
             IntBuffer<A_u_char> b8(w, 3, misalign, 3);
             IntBuffer<A_u_short> b16(w, 3, misalign & ~size_t(1), 2);
-            b8.randomize(rng_);
-            b16.randomize(rng_);
-            const auto src8 = b8.bytes();
-            const auto src16 = b16.bytes();
+            for (size_t i = 0; i < b8.size; ++i) b8.storage[i] = static_cast<unsigned char>(rng_());
+            for (size_t i = 0; i < b16.size; ++i) b16.storage[i] = static_cast<unsigned char>(rng_());
+            const auto src8 = b8.bytes(), src16 = b16.bytes();
 
             CVFloatWorld r(w, 3), s(w, 3);
             fill_random(r, rng_, 0, 1);
             copy_block(r, s);
-            Access::from8_regular(r, b8.rowbytes, b8.data());
-            Access::from8_simd(s, b8.rowbytes, b8.data());
-            EXPECT_TRUE(blocks_equal(r, s)) << w << " " << misalign << " " << first_difference(r, s, 1);
+            Access::from8_regular(r, b8.rowbytes, b8.row(0));
+            Access::from8_simd(s, b8.rowbytes, b8.row(0));
+            EXPECT_TRUE(blocks_equal(r, s)) << first_difference(r, s, 1);
             EXPECT_EQ(b8.bytes(), src8);
-            for (A_long y = 0; y < 3; ++y) {
-                for (A_long i = 0; i < 4 * w; ++i) {
+            for (A_long y = 0; y < 3; ++y)
+                for (A_long i = 0; i < 4 * w; ++i)
                     ASSERT_TRUE(same_bits(r.data_row_ptr(y)[i], static_cast<float>(b8.row(y)[i]) * kFrom8));
-                }
-            }
 
-            Access::from16_regular(r, b16.rowbytes, b16.data());
-            Access::from16_simd(s, b16.rowbytes, b16.data());
-            EXPECT_TRUE(blocks_equal(r, s)) << w << " " << misalign;
+            Access::from16_regular(r, b16.rowbytes, b16.row(0));
+            Access::from16_simd(s, b16.rowbytes, b16.row(0));
+            EXPECT_TRUE(blocks_equal(r, s)) << first_difference(r, s, 1);
             EXPECT_EQ(b16.bytes(), src16);
-            for (A_long i = 0; i < 4 * w; ++i) {
-                ASSERT_EQ(r.data_row_ptr(2)[i], static_cast<float>(b16.row(2)[i]) / 32768.0f);
-            }
+            for (A_long i = 0; i < 4 * w; ++i) ASSERT_EQ(r.data_row_ptr(2)[i], b16.row(2)[i] / 32768.0f);
         }
     }
 }
@@ -77,12 +63,12 @@ TEST_F(ConvertTest, FromIntegerVariantsAgreeAndLeaveTheSourceAlone)
 TEST_F(ConvertTest, RegularPathTruncatesAndWraps)
 {
     CVFloatWorld f(2, 1);
+    float* d = f.data_ptr();
     A_u_char b[8] = {255, 128, 0, 1, 254, 2, 3, 4};
     Access::from8_regular(f, 8, b);
-    EXPECT_EQ(f.data_ptr()[0], 1.0f);
-    EXPECT_EQ(f.data_ptr()[1], 0.5019608f);
+    EXPECT_EQ(d[0], 1.0f);
+    EXPECT_EQ(d[1], 0.5019608f);
 
-    float* d = f.data_ptr();
     const float in[8] = {1.0f, 0.5019608f, 1.5f, 0.999f, -0.5f, 0.5f, 0.0f, 2.0f};
     std::copy(in, in + 8, d);
     A_u_char out[8] = {};
@@ -94,8 +80,8 @@ TEST_F(ConvertTest, RegularPathTruncatesAndWraps)
     Access::from16_regular(f, 16, w16);
     EXPECT_EQ(d[0], 1.0f);
     EXPECT_EQ(d[3], 65535.0f / 32768.0f);
-    d[2] = 3.0f;        // 98304 -> low 16 bits 32768
-    d[4] = -0.5f;       // -16384 -> 0xC000
+    d[2] = 3.0f;   // 98304 -> low 16 bits 32768
+    d[4] = -0.5f;  // -16384 -> 0xC000
     A_u_short o16[8] = {};
     Access::to16_regular(f, 2, 1, 16, o16);
     EXPECT_EQ(std::vector<int>(o16, o16 + 5), (std::vector<int>{32768, 16384, 32768, 65535, 0xC000}));
@@ -104,66 +90,52 @@ TEST_F(ConvertTest, RegularPathTruncatesAndWraps)
 TEST_F(ConvertTest, SimdSixteenBitRoundsAndSaturates)
 {
     CVFloatWorld f(2, 1);
-    float* d = f.data_ptr();
     const float in[8] = {1.0f, 0.5f, 3.0f, -2.0f, -0.5f, 1.5f / 32768.0f, 2.5f / 32768.0f, 0.99999f};
-    std::copy(in, in + 8, d);
+    std::copy(in, in + 8, f.data_ptr());
     A_u_short o16[8] = {};
     Access::to16_simd(f, 2, 1, 16, o16);
-    EXPECT_EQ(std::vector<int>(o16, o16 + 8),
-              (std::vector<int>{32767, 16384, 32767, 0x8000, 0xC000, 2, 2, 32767}));
+    EXPECT_EQ(std::vector<int>(o16, o16 + 8), (std::vector<int>{32767, 16384, 32767, 0x8000, 0xC000, 2, 2, 32767}));
 }
 
 // The pixel after the last of an odd count is written from the image's
-// padding, by both variants; the one after that is not.
+// padding, by both variants; the one after that is not. The count is
+// min(width, w): w = 1 writes pixels 0 and 1.
 TEST_F(ConvertTest, SixteenBitWritesOnePixelPastAnOddWidth)
 {
-    for (int simd = 0; simd < 2; ++simd) {
+    for (auto to16 : {Access::to16_regular, Access::to16_simd}) {
         CVFloatWorld f(3, 2);
         fill_random(f, rng_, 0, 0.5f);
-        for (A_long y = 0; y < 2; ++y) {
-            f.pixel_at_point(3, y)->red = 0.25f;
-        }
+        for (A_long y = 0; y < 2; ++y) f.pixel_at_point(3, y)->red = 0.25f;
         IntBuffer<A_u_short> buf(5, 2, 0);
         buf.set(0xEE);
-        if (simd) {
-            Access::to16_simd(f, 3, 2, buf.rowbytes, buf.data());
-        } else {
-            Access::to16_regular(f, 3, 2, buf.rowbytes, buf.data());
-        }
+        to16(f, 3, 2, buf.rowbytes, buf.row(0));
         for (A_long y = 0; y < 2; ++y) {
-            EXPECT_EQ(buf.row(y)[3 * 4 + 1], 8192) << simd;
-            EXPECT_EQ(buf.row(y)[4 * 4 + 1], 0xEEEE) << simd;
+            EXPECT_EQ(buf.row(y)[3 * 4 + 1], 8192);
+            EXPECT_EQ(buf.row(y)[4 * 4 + 1], 0xEEEE);
         }
-        // The pixel count is min(width, w): w = 1 writes pixels 0 and 1.
         buf.set(0xEE);
-        if (simd) {
-            Access::to16_simd(f, 1, 1, buf.rowbytes, buf.data());
-        } else {
-            Access::to16_regular(f, 1, 1, buf.rowbytes, buf.data());
-        }
+        to16(f, 1, 1, buf.rowbytes, buf.row(0));
         EXPECT_NE(buf.row(0)[4 + 1], 0xEEEE);
         EXPECT_EQ(buf.row(0)[8 + 1], 0xEEEE);
         EXPECT_EQ(buf.row(1)[1], 0xEEEE);
     }
 }
 
-// What the SIMD 8-bit path writes for channel i of a row whose destination
-// starts `misalign` bytes past a 16-byte boundary: truncation and wrap up
-// to the first boundary and after the last whole block, rounding to even
-// and saturation in between.
+// What the SIMD 8-bit path writes for the n channels of a row whose
+// destination starts `misalign` bytes past a 16-byte boundary: truncation
+// and wrap up to the first boundary and after the last whole block,
+// rounding to even and saturation in between.
 std::vector<int> simd8_model(const float* v, size_t n, size_t misalign)
 {
     const size_t head = std::min(n, (16 - misalign % 16) % 16);
-    const size_t blocks = (n - head) / 16;
+    const size_t end = head + (n - head) / 16 * 16;
     std::vector<int> out(n);
     for (size_t i = 0; i < n; ++i) {
         const float x = v[i] * 255.0f;
-        if (i >= head && i < head + blocks * 16) {
-            const int r = static_cast<int>(std::nearbyint(x));
-            out[i] = std::min(255, std::max(0, r));
-        } else {
+        if (i >= head && i < end)
+            out[i] = std::min(255, std::max(0, static_cast<int>(std::nearbyint(x))));
+        else
             out[i] = static_cast<int>(static_cast<std::uint32_t>(_mm_cvttss_si32(_mm_set_ss(x))) & 0xFF);
-        }
     }
     return out;
 }
@@ -174,11 +146,10 @@ TEST_F(ConvertTest, SimdEightBitRoundsOnlyTheAlignedMiddle)
     CVFloatWorld f(8, 1);
     f.fill(tPixel{0.5f, 0.5f, 0.5f, 0.5f});
     IntBuffer<A_u_char> buf(8, 1, 5);
-    Access::to8_simd(f, 8, 1, buf.rowbytes, buf.data());
-    std::vector<int> got(buf.data(), buf.data() + 32);
+    Access::to8_simd(f, 8, 1, buf.rowbytes, buf.row(0));
     std::vector<int> want(32, 127);
     std::fill(want.begin() + 11, want.begin() + 27, 128);
-    EXPECT_EQ(got, want);
+    EXPECT_EQ(std::vector<int>(buf.row(0), buf.row(0) + 32), want);
 
     // Random values in and out of range, every alignment, odd widths.
     for (A_long w : {1, 3, 4, 5, 9, 30}) {
@@ -188,35 +159,28 @@ TEST_F(ConvertTest, SimdEightBitRoundsOnlyTheAlignedMiddle)
             IntBuffer<A_u_char> b(w, 2, misalign, 4);
             b.set(0xAB);
             // w is not applied: the whole image width is written.
-            Access::to8_simd(g, 1, 2, b.rowbytes, b.data());
+            Access::to8_simd(g, 1, 2, b.rowbytes, b.row(0));
             for (A_long y = 0; y < 2; ++y) {
-                const std::vector<int> m =
-                    simd8_model(g.data_row_ptr(y), 4 * w, reinterpret_cast<std::uintptr_t>(b.row(y)) % 16);
+                const auto m = simd8_model(g.data_row_ptr(y), 4 * w, reinterpret_cast<std::uintptr_t>(b.row(y)) % 16);
                 ASSERT_EQ(std::vector<int>(b.row(y), b.row(y) + 4 * w), m) << w << " " << misalign;
-                for (int i = 0; i < 4; ++i) {
-                    ASSERT_EQ(b.row(y)[4 * w + i], 0xAB);  // row pitch slack untouched
-                }
+                ASSERT_EQ(std::vector<int>(b.row(y) + 4 * w, b.row(y) + 4 * w + 4), std::vector<int>(4, 0xAB));
             }
         }
     }
 }
 
-TEST_F(ConvertTest, VariantsRoundTripInRangeBytes)
+// Every byte value survives float and back, on the regular path and on both
+// the rounded middle and the truncated ends of the SIMD path.
+TEST_F(ConvertTest, EveryByteRoundTrips)
 {
-    // Every byte value survives float and back on the regular path, and on
-    // the SIMD path for the aligned middle and the truncated ends alike.
     CVFloatWorld f(64, 1);
     IntBuffer<A_u_char> in(64, 1, 0), out1(64, 1, 0), out2(64, 1, 7);
-    for (int i = 0; i < 256; ++i) {
-        in.data()[i] = static_cast<A_u_char>(i);
-    }
-    Access::from8_simd(f, in.rowbytes, in.data());
-    Access::to8_regular(f, 64, 1, out1.rowbytes, out1.data());
-    Access::to8_simd(f, 64, 1, out2.rowbytes, out2.data());
-    for (int i = 0; i < 256; ++i) {
-        EXPECT_EQ(out1.data()[i], i);
-        EXPECT_EQ(out2.data()[i], i);
-    }
+    for (int i = 0; i < 256; ++i) in.row(0)[i] = static_cast<A_u_char>(i);
+    Access::from8_simd(f, in.rowbytes, in.row(0));
+    Access::to8_regular(f, 64, 1, out1.rowbytes, out1.row(0));
+    Access::to8_simd(f, 64, 1, out2.rowbytes, out2.row(0));
+    EXPECT_EQ(out1.bytes(), in.bytes());
+    EXPECT_EQ(std::vector<unsigned char>(out2.row(0), out2.row(0) + 256), in.bytes());
 }
 
 TEST_F(ConvertTest, HostLayersUseTheRectangleOrTheExtentHint)
@@ -224,11 +188,8 @@ TEST_F(ConvertTest, HostLayersUseTheRectangleOrTheExtentHint)
     // A 16 x 4 8-bit layer whose pixel (x, y) holds channels (x, y, 7, 9).
     const A_long lw = 16, lh = 4;
     std::vector<PF_Pixel> pixels(lw * lh);
-    for (A_long y = 0; y < lh; ++y) {
-        for (A_long x = 0; x < lw; ++x) {
-            pixels[y * lw + x] = PF_Pixel{static_cast<A_u_char>(x), static_cast<A_u_char>(y), 7, 9};
-        }
-    }
+    for (A_long i = 0; i < lw * lh; ++i)
+        pixels[i] = PF_Pixel{static_cast<A_u_char>(i % lw), static_cast<A_u_char>(i / lw), 7, 9};
     PF_LayerDef layer{};
     layer.data = pixels.data();
     layer.rowbytes = lw * 4;
@@ -255,15 +216,11 @@ TEST_F(ConvertTest, HostLayersUseTheRectangleOrTheExtentHint)
     EXPECT_EQ(pixels[0].alpha, 10);
     EXPECT_EQ(pixels[3].alpha, 13);
     EXPECT_EQ(pixels[3].red, 2);
-    for (A_long i = 4; i < lw * lh; ++i) {
-        EXPECT_EQ(pixels[i].alpha, before[i].alpha);
-    }
+    for (A_long i = 4; i < lw * lh; ++i) EXPECT_EQ(pixels[i].alpha, before[i].alpha);
 
     // The deep flag switches to 16-bit pixels.
     std::vector<PF_Pixel16> deep(lw * lh);
-    for (A_long i = 0; i < lw * lh; ++i) {
-        deep[i] = PF_Pixel16{static_cast<A_u_short>(1000 + i), 32768, 0, 16384};
-    }
+    for (A_long i = 0; i < lw * lh; ++i) deep[i] = PF_Pixel16{static_cast<A_u_short>(1000 + i), 32768, 0, 16384};
     PF_LayerDef dl{};
     dl.world_flags = PF_WorldFlag_DEEP;
     dl.data = reinterpret_cast<PF_Pixel*>(deep.data());

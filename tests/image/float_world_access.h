@@ -12,6 +12,7 @@ public:
     static A_u_long& world_number() { return CVFloatWorld::world_number_; }
     static A_u_long calculate_rowbytes(CVFloatWorld& w) { return w.calculate_rowbytes(-1); }
 
+    // The integer conversions; the "from" direction ignores w and h.
     static void from8_regular(CVFloatWorld& w, A_u_long rb, const A_u_char* s)
     {
         w.copy_from_8bit_integer_world_regular(0, 0, rb, s);
@@ -44,13 +45,8 @@ public:
     {
         w.copy_to_16bit_integer_world_simd(dw, dh, rb, d);
     }
-    static void scale_line(const CVFloatWorld& w, tPixel* d, tPixel* s, A_long sw, A_long dw)
-    {
-        w.scale_line(d, s, sw, dw);
-    }
     static void scale_rect(const CVFloatWorld& w, tPixel* d, tPixel* s, A_long sw, A_long sh, A_long dw, A_long dh)
     {
         w.ScaleRectAvg(d, s, sw, sh, dw, dh);
     }
 };
-

@@ -1,16 +1,17 @@
 // Shared by the image tests: a fixture that runs every test as one host
-// command and checks afterwards that all host memory came back, and random
-// image contents.
+// command and checks afterwards that all host memory came back, and helpers
+// for image contents.
 #pragma once
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <random>
+#include <string>
 #include <vector>
 
+#include "float_world_access.h"
 #include "headless/inproc/scoped_host.h"
 #include "image/float_world.h"
-#include "float_world_access.h"
 
 using Access = CVFloatWorldTestAccess;
 using tPixel = CVFloatWorld::tPixel;
@@ -34,51 +35,38 @@ protected:
     std::mt19937 rng_{12345};
 };
 
-inline bool same_bits(float a, float b)
-{
-    return std::memcmp(&a, &b, sizeof a) == 0;
-}
+inline bool same_bits(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 // Every float of the block's rows, padding included, uniform in [lo, hi).
 inline void fill_random(CVFloatWorld& w, std::mt19937& rng, float lo, float hi)
 {
     std::uniform_real_distribution<float> d(lo, hi);
-    const A_long floats = static_cast<A_long>(w.rowbytes() / 4);
-    for (A_long y = 0; y < w.height(); ++y) {
-        float* row = w.data_row_ptr(y);
-        for (A_long i = 0; i < floats; ++i) {
-            row[i] = d(rng);
-        }
-    }
+    for (A_u_long i = 0; i < w.height() * w.rowbytes() / 4; ++i) w.data_ptr()[i] = d(rng);
 }
 
-// Copies the whole block (padding included) of one image into another of
-// the same size.
+// The whole block (padding included) into another image of the same size.
 inline void copy_block(const CVFloatWorld& src, CVFloatWorld& dst)
 {
     std::memcpy(dst.data_ptr(), src.data_ptr(), static_cast<size_t>(src.rowbytes()) * src.height());
-}
-
-// First differing pixel channel over the real pixels, as text; "" if equal.
-inline std::string first_difference(const CVFloatWorld& a, const CVFloatWorld& b, A_long pad_pixels = 0)
-{
-    for (A_long y = 0; y < a.height(); ++y) {
-        for (A_long x = 0; x < a.width() + pad_pixels; ++x) {
-            const float* pa = a.data_at_point(x, y);
-            const float* pb = b.data_at_point(x, y);
-            for (int c = 0; c < 4; ++c) {
-                if (!same_bits(pa[c], pb[c])) {
-                    return "(" + std::to_string(x) + "," + std::to_string(y) + ") channel " + std::to_string(c) +
-                           ": " + std::to_string(pa[c]) + " vs " + std::to_string(pb[c]);
-                }
-            }
-        }
-    }
-    return "";
 }
 
 inline bool blocks_equal(const CVFloatWorld& a, const CVFloatWorld& b)
 {
     return a.rowbytes() == b.rowbytes() && a.height() == b.height() &&
            std::memcmp(a.data_ptr(), b.data_ptr(), static_cast<size_t>(a.rowbytes()) * a.height()) == 0;
+}
+
+// First differing channel over the real pixels (and `pad` more per row),
+// as text; "" if equal bit for bit.
+inline std::string first_difference(const CVFloatWorld& a, const CVFloatWorld& b, A_long pad = 0)
+{
+    for (A_long y = 0; y < a.height(); ++y)
+        for (A_long x = 0; x < a.width() + pad; ++x)
+            for (int c = 0; c < 4; ++c) {
+                const float pa = a.data_at_point(x, y)[c], pb = b.data_at_point(x, y)[c];
+                if (!same_bits(pa, pb))
+                    return "(" + std::to_string(x) + "," + std::to_string(y) + ") channel " + std::to_string(c) +
+                           ": " + std::to_string(pa) + " vs " + std::to_string(pb);
+            }
+    return "";
 }
