@@ -20,8 +20,7 @@ TEST_F(BoundsTest, EveryOperationStaysInsideItsBlocks)
     for (A_u_long stagger = 0; stagger < 9; ++stagger) {
         for (auto [w, h] : sizes) {
             Access::world_number() = stagger;
-            CVFloatWorld a(w, h);
-            CVFloatWorld b(w, h);
+            CVFloatWorld a(w, h), b(w, h);
             ASSERT_EQ(Access::start_offset(a), stagger * 4096u);
             fill_random(a, rng_, -1, 2);
             fill_random(b, rng_, -1, 2);

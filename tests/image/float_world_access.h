@@ -14,39 +14,21 @@ public:
 
     // The integer conversions; the "from" direction ignores w and h.
     static void from8_regular(CVFloatWorld& w, A_u_long rb, const A_u_char* s)
-    {
-        w.copy_from_8bit_integer_world_regular(0, 0, rb, s);
-    }
+    { w.copy_from_8bit_integer_world_regular(0, 0, rb, s); }
     static void from8_simd(CVFloatWorld& w, A_u_long rb, const A_u_char* s)
-    {
-        w.copy_from_8bit_integer_world_simd(0, 0, rb, s);
-    }
+    { w.copy_from_8bit_integer_world_simd(0, 0, rb, s); }
     static void from16_regular(CVFloatWorld& w, A_u_long rb, const A_u_short* s)
-    {
-        w.copy_from_16bit_integer_world_regular(0, 0, rb, s);
-    }
+    { w.copy_from_16bit_integer_world_regular(0, 0, rb, s); }
     static void from16_simd(CVFloatWorld& w, A_u_long rb, const A_u_short* s)
-    {
-        w.copy_from_16bit_integer_world_simd(0, 0, rb, s);
-    }
+    { w.copy_from_16bit_integer_world_simd(0, 0, rb, s); }
     static void to8_regular(const CVFloatWorld& w, A_long dw, A_long dh, A_u_long rb, A_u_char* d)
-    {
-        w.copy_to_8bit_integer_world_regular(dw, dh, rb, d);
-    }
+    { w.copy_to_8bit_integer_world_regular(dw, dh, rb, d); }
     static void to8_simd(const CVFloatWorld& w, A_long dw, A_long dh, A_u_long rb, A_u_char* d)
-    {
-        w.copy_to_8bit_integer_world_simd(dw, dh, rb, d);
-    }
+    { w.copy_to_8bit_integer_world_simd(dw, dh, rb, d); }
     static void to16_regular(const CVFloatWorld& w, A_long dw, A_long dh, A_u_long rb, A_u_short* d)
-    {
-        w.copy_to_16bit_integer_world_regular(dw, dh, rb, d);
-    }
+    { w.copy_to_16bit_integer_world_regular(dw, dh, rb, d); }
     static void to16_simd(const CVFloatWorld& w, A_long dw, A_long dh, A_u_long rb, A_u_short* d)
-    {
-        w.copy_to_16bit_integer_world_simd(dw, dh, rb, d);
-    }
+    { w.copy_to_16bit_integer_world_simd(dw, dh, rb, d); }
     static void scale_rect(const CVFloatWorld& w, tPixel* d, tPixel* s, A_long sw, A_long sh, A_long dw, A_long dh)
-    {
-        w.ScaleRectAvg(d, s, sw, sh, dw, dh);
-    }
+    { w.ScaleRectAvg(d, s, sw, sh, dw, dh); }
 };
