@@ -104,51 +104,49 @@ TEST_F(MergeTest, BuildsAgreeOnRandomFieldsInEveryView) {
     }
 }
 
-TEST_F(MergeTest, StillFrameKeepsField0AndWeavesFieldPlus1) {
+// A still frame (edges everywhere, motion nowhere) keeps Field 0 in its own
+// lines and weaves Field +1 into the lines between. Motion without edges
+// blends Field 0 over the base by the motion value, and the line below is
+// filled straight down: the mean of the field rows above
+// and below (each row one colour here, so that where a sample falls along the
+// row does not matter), blended over the woven line. The last field row is
+// not walked.
+TEST_F(MergeTest, StillWeavesAndMotionWithoutEdgesFillsStraightDown) {
     for (bool upper : {true, false})
-        for (const MergeKernels& kernels : kBoth) {
-            Scene s(21, 12, upper);
-            FillRandom(s.field0, rng_);
-            FillRandom(s.plus1, rng_);
-            s.Prepare(4);
-            FillAll(s.gradient, 1.0f);  // edges everywhere, but nothing moves
-            FillAll(s.difference, 0.0f);
-            FillRandom(s.output, rng_);
-            const std::vector<float> base = Snapshot(s.output);
-            s.Run(kernels, kShowResult);
-            for (long y = 0; y + 1 < s.rows; ++y)
-                for (long x = 0; x < s.width; ++x) {
-                    ASSERT_EQ(At(s.output, x, s.OutRow(y)), At(s.field0, x, y)) << x << "," << y;
-                    ASSERT_EQ(At(s.output, x, s.OutRow(y) + 1), At(s.plus1, x, y + (upper ? 0 : 1))) << x << "," << y;
-                }
-            // The last field row is not walked: its line keeps the base.
-            const long rowFloats = static_cast<long>(s.output.rowbytes() / 4);
-            for (long i = s.OutRow(s.rows - 1) * rowFloats; i < static_cast<long>(base.size()); ++i)
-                ASSERT_EQ(s.output.data_ptr()[i], base[i]) << i;
-        }
-}
-
-TEST_F(MergeTest, MotionWithoutEdgeBlendsAndStartsNoMatch) {
-    Scene s(24, 10, true);
-    FillRandom(s.field0, rng_);
-    FillRandom(s.plus1, rng_);
-    s.Prepare(4);
-    FillAll(s.gradient, 0.0f);
-    FillAll(s.difference, 0.25f);
-    FillRandom(s.output, rng_);
-    const std::vector<float> base = Snapshot(s.output);
-    const long rowFloats = static_cast<long>(s.output.rowbytes() / 4);
-    for (const MergeKernels& kernels : kBoth) {
-        Restore(base, s.output);
-        s.Run(kernels, kShowMatchPoints);
-        for (long y = 0; y + 1 < s.rows; ++y)
-            for (long x = 0; x < s.width; ++x) {
-                const float* o = base.data() + s.OutRow(y) * rowFloats + x * 4;
-                const Pixel p = At(s.field0, x, y), got = At(s.output, x, s.OutRow(y));
-                EXPECT_EQ(got[0], o[0]);  // alpha of the base
-                for (int c = 1; c < 4; ++c) EXPECT_EQ(got[c], 0.25f * p[c] + 0.75f * o[c]);
+        for (const MergeKernels& kernels : kBoth)
+            for (float m : {0.0f, 0.25f}) {
+                SCOPED_TRACE(testing::Message() << "upper " << upper << " motion " << m);
+                Scene s(21, 12, upper);
+                FillRandom(s.field0, rng_);
+                for (long y = 0; y < s.rows && m != 0.0f; ++y)
+                    for (long x = 1; x <= s.width; ++x) Put(s.field0, x, y, At(s.field0, 0, y));
+                FillRandom(s.plus1, rng_);
+                s.Prepare(4);
+                FillAll(s.gradient, m == 0.0f ? 1.0f : 0.0f);
+                FillAll(s.difference, m);
+                FillRandom(s.output, rng_);
+                const std::vector<float> base = Snapshot(s.output);
+                s.Run(kernels, kShowResult);
+                const long rowFloats = static_cast<long>(s.output.rowbytes() / 4);
+                for (long y = 0; y + 1 < s.rows; ++y)
+                    for (long x = 0; x < s.width; ++x) {
+                        const Pixel p = At(s.field0, x, y), below = At(s.field0, x, y + 1);
+                        const Pixel weave = At(s.plus1, x, y + (upper ? 0 : 1));
+                        const float* o = base.data() + s.OutRow(y) * rowFloats + x * 4;
+                        const Pixel r0 = At(s.output, x, s.OutRow(y)), r1 = At(s.output, x, s.OutRow(y) + 1);
+                        if (m == 0.0f) {
+                            ASSERT_EQ(r0, p) << x << "," << y;
+                            ASSERT_EQ(r1, weave) << x << "," << y;
+                            continue;
+                        }
+                        ASSERT_EQ(r0[0], o[0]);  // alpha of the base
+                        for (int c = 1; c < 4; ++c) ASSERT_EQ(r0[c], m * p[c] + (1 - m) * o[c]) << x << "," << y;
+                        for (int c = 0; c < 4; ++c)
+                            ASSERT_NEAR(r1[c], m * 0.5f * (p[c] + below[c]) + (1 - m) * weave[c], 1e-6f) << x << "," << y;
+                    }
+                for (long i = s.OutRow(s.rows - 1) * rowFloats; i < static_cast<long>(base.size()); ++i)
+                    ASSERT_EQ(s.output.data_ptr()[i], base[i]) << i;
             }
-    }
 }
 
 TEST_F(MergeTest, NaNScoresNeverWin) {
