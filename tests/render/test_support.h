@@ -43,6 +43,9 @@ inline std::vector<float> Snapshot(const CVSingleFloatWorld& image) {
 inline void Restore(const std::vector<float>& from, CVFloatWorld& to) {
     std::memcpy(to.data_ptr(), from.data(), from.size() * sizeof(float));
 }
+inline void Restore(const std::vector<float>& from, CVSingleFloatWorld& to) {
+    std::memcpy(to.data, from.data(), from.size() * sizeof(float));
+}
 
 // Equal bit for bit (so NaN equals the same NaN).
 inline bool SameBits(const std::vector<float>& a, const std::vector<float>& b) {
