@@ -2,39 +2,34 @@
 #include "host/auto_check_button.h"
 #include "host/auto_setup.h"
 #include "host/embedded_bitmaps.h"
-#include "host/entry_point.h"
-
-#include "headless/effect.h"
-
-#include <gtest/gtest.h>
+#include "support.h"
 
 #include <cstdlib>
-#include <string>
+#include <vector>
 
 namespace {
 
-using headless::EffectInstance;
-
-// The button's picture is centred in the control frame, so the frame's centre
+// A 720x480 layer in a 29.97 composition with the button drawn once. The
+// button's picture is centred in the control frame, so the frame's centre
 // shows the picture's centre pixel.
-class ButtonTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        fx_.set_comp_rate(29.97);
+struct Button {
+    Button() {
+        fx.set_comp_rate(29.97);
         headless::InputClip clip;
         clip.width = 720;
         clip.height = 480;
-        fx_.set_input(clip);
-        ASSERT_EQ(fx_.setup(), PF_Err_NONE);
-        fx_.ui().reset_raster(300, 200);
-        ASSERT_EQ(fx_.draw(2), PF_Err_NONE);
-        const PF_Rect f = fx_.control_frame();
-        cx_ = (f.left + f.right) / 2;
-        cy_ = (f.top + f.bottom) / 2;
+        fx.set_input(clip);
+        EXPECT_EQ(fx.setup(), PF_Err_NONE);
+        fx.ui().reset_raster(300, 200);
+        EXPECT_EQ(fx.draw(2), PF_Err_NONE);
+        EXPECT_TRUE(fx.last_event_handled());
+        const PF_Rect f = fx.control_frame();
+        cx = (f.left + f.right) / 2;
+        cy = (f.top + f.bottom) / 2;
     }
-    void TearDown() override {
-        EXPECT_EQ(fx_.ui().live_drawbot_objects(), 0);
-        for (const std::string& p : fx_.host().problems()) ADD_FAILURE() << "host problem: " << p;
+    ~Button() {
+        EXPECT_EQ(fx.ui().live_drawbot_objects(), 0);
+        for (const std::string& p : fx.host().problems()) ADD_FAILURE() << "host problem: " << p;
     }
 
     // Whether the frame's centre shows picture `id` (its centre pixel).
@@ -43,148 +38,134 @@ protected:
         const unsigned char* p = static_cast<const unsigned char*>(GetEmbeddedBitmap(id, &w, &h));
         if (!p) return false;
         const unsigned char* want = p + (static_cast<size_t>(h / 2) * w + w / 2) * 4;  // B, G, R, A
-        const uint8_t* got = fx_.ui().raster().at(cx_, cy_);                           // R, G, B, A
+        const uint8_t* got = fx.ui().raster().at(cx, cy);                              // R, G, B, A
         return std::abs(got[0] - want[2]) <= 1 && std::abs(got[1] - want[1]) <= 1 && std::abs(got[2] - want[0]) <= 1;
     }
-    bool Distinguishable() { return !Shows(kBitmapButton) || !Shows(kBitmapButtonPressed); }
-    PF_Point Inside() const { return PF_Point{cx_, cy_}; }
-    PF_Point RightOfButton() const { return PF_Point{cx_ + 45, cy_}; }
+    bool DrawnAs(A_long id) { return fx.draw(2) == PF_Err_NONE && Shows(id); }
+    PF_Point At(A_long dx, A_long dy = 0) const { return PF_Point{cx + dx, cy + dy}; }
 
-    EffectInstance fx_{&EntryPointFunc};
-    A_long cx_ = 0, cy_ = 0;
+    headless::EffectInstance fx{&EntryPointFunc};
+    A_long cx = 0, cy = 0;
 };
 
-TEST_F(ButtonTest, NewButtonShowsItsNormalLook) {
-    EXPECT_TRUE(fx_.last_event_handled());
-    EXPECT_TRUE(Shows(kBitmapButton));
-    EXPECT_FALSE(Shows(kBitmapButtonPressed));
-}
-
-TEST_F(ButtonTest, PressAndReleaseInsideAppliesOnce) {
-    ASSERT_EQ(fx_.press(2, Inside()), PF_Err_NONE);
-    EXPECT_TRUE(fx_.dragging());
-    ASSERT_EQ(fx_.drag(Inside()), PF_Err_NONE);
+TEST(AutoSetupButton, PressAndReleaseInsideAppliesOnce) {
+    Button b;
+    EXPECT_TRUE(b.Shows(kBitmapButton));
+    EXPECT_FALSE(b.Shows(kBitmapButtonPressed));
+    ASSERT_EQ(b.fx.press(2, b.At(0)), PF_Err_NONE);
+    EXPECT_TRUE(b.fx.dragging());
+    ASSERT_EQ(b.fx.drag(b.At(0)), PF_Err_NONE);
     // While dragging, the user reads what Auto Setup is going to conclude.
     const AutoSetupRateClass rate = ClassifyRate(2997, 100);
-    EXPECT_EQ(fx_.message(), ComposeAutoSetupMessage(LookUpAutoSetup(rate, 720, 480), rate));
-    ASSERT_EQ(fx_.draw(2), PF_Err_NONE);
-    EXPECT_TRUE(Shows(kBitmapButtonPressed));
-    EXPECT_EQ(fx_.sequence_bytes()[0], 0);
+    EXPECT_EQ(b.fx.message(), ComposeAutoSetupMessage(LookUpAutoSetup(rate, 720, 480), rate));
+    EXPECT_TRUE(b.DrawnAs(kBitmapButtonPressed));
+    EXPECT_EQ(b.fx.sequence_bytes()[0], 0);
 
-    fx_.ui().clear_ui_updates();
-    ASSERT_EQ(fx_.release(Inside()), PF_Err_NONE);
-    EXPECT_TRUE(fx_.out_data().out_flags & PF_OutFlag_REFRESH_UI);
-    EXPECT_EQ(fx_.popup(5), 1);  // NTSC
-    EXPECT_EQ(fx_.popup(6), 2);  // Lower Field First
-    EXPECT_EQ(fx_.changes_by_effect(5), 1);
-    EXPECT_EQ(fx_.changes_by_effect(6), 1);
-    EXPECT_EQ(fx_.sequence_bytes()[0], 1);
-
+    b.fx.ui().clear_ui_updates();
+    ASSERT_EQ(b.fx.release(b.At(0)), PF_Err_NONE);
+    EXPECT_TRUE(b.fx.out_data().out_flags & PF_OutFlag_REFRESH_UI);
+    EXPECT_EQ(b.fx.popup(5), 1);  // NTSC
+    EXPECT_EQ(b.fx.popup(6), 2);  // Lower Field First
+    EXPECT_EQ(b.fx.changes_by_effect(5), 1);
+    EXPECT_EQ(b.fx.changes_by_effect(6), 1);
+    EXPECT_EQ(b.fx.sequence_bytes()[0], 1);
     bool button_disabled = false, groups_enabled = true;
-    for (const auto& u : fx_.ui().ui_updates()) {
+    for (const auto& u : b.fx.ui().ui_updates()) {
         if (u.index == 2) button_disabled = (u.def.ui_flags & PF_PUI_DISABLED) != 0;
         if (u.index == 3 || u.index == 10) groups_enabled &= (u.def.ui_flags & PF_PUI_DISABLED) == 0;
     }
     EXPECT_TRUE(button_disabled);
     EXPECT_TRUE(groups_enabled);
-
-    ASSERT_EQ(fx_.draw(2), PF_Err_NONE);
-    EXPECT_TRUE(Shows(kBitmapButtonDone));
-    // The host greys the button out from now on.
-    fx_.ui().clear_ui_updates();
-    ASSERT_EQ(fx_.update_params_ui(), PF_Err_NONE);
-    ASSERT_EQ(fx_.ui().ui_updates().size(), 1u);
-    EXPECT_TRUE(fx_.ui().ui_updates()[0].def.ui_flags & PF_PUI_DISABLED);
+    EXPECT_TRUE(b.DrawnAs(kBitmapButtonDone));
 }
 
-TEST_F(ButtonTest, ReleaseOutsideChangesNothing) {
-    ASSERT_EQ(fx_.press(2, Inside()), PF_Err_NONE);
-    ASSERT_EQ(fx_.drag(Inside()), PF_Err_NONE);
-    ASSERT_EQ(fx_.drag(RightOfButton()), PF_Err_NONE);
-    ASSERT_EQ(fx_.draw(2), PF_Err_NONE);
-    EXPECT_TRUE(Shows(kBitmapButton));  // dragged off: the normal look again
-    ASSERT_EQ(fx_.release(RightOfButton()), PF_Err_NONE);
-    EXPECT_EQ(fx_.popup(5), 2);
-    EXPECT_EQ(fx_.popup(6), 2);
-    EXPECT_EQ(fx_.changes_by_effect(5), 0);
-    EXPECT_EQ(fx_.sequence_bytes()[0], 0);
-    ASSERT_EQ(fx_.draw(2), PF_Err_NONE);
-    EXPECT_TRUE(Shows(kBitmapButton));
+TEST(AutoSetupButton, OnlyAReleaseWithinTheButtonsWidthApplies) {
+    struct Gesture {
+        const char* what;
+        A_long press_dx;
+        std::vector<A_long> drag_dx;
+        PF_Point release;  // from the centre
+        bool applies;
+        A_long height, source;  // layer height; Source Video afterwards
+    };
+    const Gesture gestures[] = {
+        {"dragged off and released outside", 0, {0, 45}, {45, 0}, false, 480, 2},
+        {"released far below, within the width", 0, {}, {0, 500}, true, 480, 1},
+        {"pressed outside, dragged back in", 45, {45, 0}, {0, 0}, true, 480, 1},
+        // A PAL frame in a 29.97 composition: values set, failure reported.
+        {"failed Auto Setup", 0, {0}, {0, 0}, true, 576, 2},
+    };
+    for (const Gesture& g : gestures) {
+        SCOPED_TRACE(g.what);
+        Button b;
+        b.fx.in_data().width = 720;
+        b.fx.in_data().height = g.height;
+        ASSERT_EQ(b.fx.press(2, b.At(g.press_dx)), PF_Err_NONE);
+        for (A_long dx : g.drag_dx) ASSERT_EQ(b.fx.drag(b.At(dx)), PF_Err_NONE);
+        EXPECT_EQ(b.fx.message().rfind("Auto Setup Failed.", 0) == 0, g.height == 576) << b.fx.message();
+        if (!g.drag_dx.empty()) {
+            // Dragged off, the button shows its normal look again.
+            EXPECT_TRUE(b.DrawnAs(g.drag_dx.back() == 0 ? kBitmapButtonPressed : kBitmapButton));
+        }
+        ASSERT_EQ(b.fx.release(b.At(g.release.h, g.release.v)), PF_Err_NONE);
+        EXPECT_EQ(b.fx.sequence_bytes()[0], g.applies ? 1 : 0);
+        EXPECT_EQ(b.fx.popup(5), g.source);
+        EXPECT_EQ(b.fx.popup(6), 2);
+        EXPECT_EQ(b.fx.changes_by_effect(5), g.applies ? 1 : 0);
+        EXPECT_TRUE(b.DrawnAs(g.applies ? kBitmapButtonDone : kBitmapButton));
+    }
 }
 
-TEST_F(ButtonTest, OnlyTheHorizontalPositionCounts) {
-    // Far below the button but within its width: still a press on it.
-    ASSERT_EQ(fx_.press(2, Inside()), PF_Err_NONE);
-    ASSERT_EQ(fx_.release(PF_Point{cx_, cy_ + 500}), PF_Err_NONE);
-    EXPECT_EQ(fx_.sequence_bytes()[0], 1);
-    EXPECT_EQ(fx_.popup(5), 1);
-}
-
-TEST_F(ButtonTest, DraggingBackInsideStillApplies) {
-    ASSERT_EQ(fx_.press(2, RightOfButton()), PF_Err_NONE);
-    ASSERT_EQ(fx_.drag(RightOfButton()), PF_Err_NONE);
-    ASSERT_EQ(fx_.drag(Inside()), PF_Err_NONE);
-    ASSERT_EQ(fx_.release(Inside()), PF_Err_NONE);
-    EXPECT_EQ(fx_.sequence_bytes()[0], 1);
-}
-
-TEST_F(ButtonTest, FailedAutoSetupStillSetsValuesAndMarksTheInstance) {
-    // A PAL frame in a 29.97 composition: values set, failure reported.
-    fx_.in_data().width = 720;
-    fx_.in_data().height = 576;
-    ASSERT_EQ(fx_.press(2, Inside()), PF_Err_NONE);
-    ASSERT_EQ(fx_.drag(Inside()), PF_Err_NONE);
-    EXPECT_EQ(fx_.message().rfind("Auto Setup Failed.", 0), 0u) << fx_.message();
-    ASSERT_EQ(fx_.release(Inside()), PF_Err_NONE);
-    EXPECT_EQ(fx_.popup(5), 2);
-    EXPECT_EQ(fx_.popup(6), 2);
-    EXPECT_EQ(fx_.sequence_bytes()[0], 1);
-}
-
-TEST_F(ButtonTest, IdlePulsesUntilAutoSetupHasRun) {
+TEST(AutoSetupButton, IdlePulsesUntilAutoSetupHasRun) {
     // Counter 1..49 has a positive weight (two pictures drawn), 50..100 and 0
     // none worth drawing; the counter runs 1..100, then 0.
-    const int before = fx_.ui().draw_image_calls();
-    fx_.ui().clear_invalidations();
-    for (int i = 0; i < 101; ++i) ASSERT_EQ(fx_.idle(2), PF_Err_NONE);
-    EXPECT_EQ(fx_.ui().draw_image_calls() - before, 49 * 2 + 52);
-    EXPECT_EQ(fx_.ui().invalidations().size(), 101u);
-    const int after_cycle = fx_.ui().draw_image_calls();
-    ASSERT_EQ(fx_.idle(2), PF_Err_NONE);  // counter 1 again
-    EXPECT_EQ(fx_.ui().draw_image_calls() - after_cycle, 2);
+    Button b;
+    const int before = b.fx.ui().draw_image_calls();
+    b.fx.ui().clear_invalidations();
+    for (int i = 0; i < 101; ++i) ASSERT_EQ(b.fx.idle(2), PF_Err_NONE);
+    EXPECT_EQ(b.fx.ui().draw_image_calls() - before, 49 * 2 + 52);
+    EXPECT_EQ(b.fx.ui().invalidations().size(), 101u);
+    const int after_cycle = b.fx.ui().draw_image_calls();
+    ASSERT_EQ(b.fx.idle(2), PF_Err_NONE);  // counter 1 again
+    EXPECT_EQ(b.fx.ui().draw_image_calls() - after_cycle, 2);
 
-    ASSERT_EQ(fx_.press(2, Inside()), PF_Err_NONE);
-    ASSERT_EQ(fx_.release(Inside()), PF_Err_NONE);
-    const int done = fx_.ui().draw_image_calls();
-    ASSERT_EQ(fx_.idle(2), PF_Err_NONE);
-    EXPECT_TRUE(fx_.last_event_handled());
-    EXPECT_EQ(fx_.ui().draw_image_calls(), done);
+    ASSERT_EQ(b.fx.press(2, b.At(0)), PF_Err_NONE);
+    ASSERT_EQ(b.fx.release(b.At(0)), PF_Err_NONE);
+    const int done = b.fx.ui().draw_image_calls();
+    ASSERT_EQ(b.fx.idle(2), PF_Err_NONE);
+    EXPECT_TRUE(b.fx.last_event_handled());
+    EXPECT_EQ(b.fx.ui().draw_image_calls(), done);
+
+    // The weight in single precision: a quarter period is full scale.
+    const std::pair<int, int> weights[] = {{0, 0}, {1, 4114}, {25, 65535}, {50, 0}, {75, -65535}};
+    for (auto [counter, weight] : weights) EXPECT_EQ(CVAutoCheckButton::PulseWeight(counter), weight) << counter;
 }
 
-TEST(ButtonPulse, SinglePrecisionWeight) {
-    EXPECT_EQ(CVAutoCheckButton::PulseWeight(0), 0);
-    EXPECT_EQ(CVAutoCheckButton::PulseWeight(25), 65535);
-    EXPECT_EQ(CVAutoCheckButton::PulseWeight(50), 0);
-    EXPECT_EQ(CVAutoCheckButton::PulseWeight(75), -65535);
-    EXPECT_EQ(CVAutoCheckButton::PulseWeight(1), 4114);
-    EXPECT_LT(CVAutoCheckButton::PulseWeight(51), 0);
-}
-
-TEST_F(ButtonTest, MissingAppSuiteIsReportedWithItsText) {
-    fx_.host().withdraw_suite("PF AE App Suite", 6);
-    EXPECT_EQ(fx_.press(2, Inside()), PF_Err_BAD_CALLBACK_PARAM);
-    EXPECT_EQ(fx_.message(), "Failed to acquire PFAppSuite4.");
-    EXPECT_TRUE(fx_.out_data().out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE);
-    fx_.host().clear_problems();
-}
-
-TEST_F(ButtonTest, MissingPictureLeavesTheControlUndrawn) {
-    const int before = fx_.ui().draw_image_calls();
-    g_button_image_override = 23414;
-    const PF_Err err = fx_.draw(2);
+TEST(AutoSetupButton, WhatTheButtonIgnoresOrSurvives) {
+    Button b;
+    const int drawn = b.fx.ui().draw_image_calls();
+    // Only the Effect Controls window reaches the button.
+    for (PF_WindowType w : {PF_Window_COMP, PF_Window_LAYER, PF_Window_PREVIEW}) {
+        b.fx.ui().set_window_type(w);
+        EXPECT_EQ(b.fx.draw(2), PF_Err_NONE);
+        EXPECT_FALSE(b.fx.last_event_handled()) << w;
+    }
+    b.fx.ui().set_window_type(PF_Window_EFFECT);
+    // Events for parameters without a control are not handled.
+    EXPECT_EQ(b.fx.draw(5), PF_Err_NONE);
+    EXPECT_FALSE(b.fx.last_event_handled());
+    // A missing picture leaves the control undrawn.
+    g_button_image_override = 23414;  // the one picture id the module lacks
+    const PF_Err err = b.fx.draw(2);
     g_button_image_override = -1;
     EXPECT_EQ(err, PF_Err_NONE);
-    EXPECT_EQ(fx_.ui().draw_image_calls(), before);
+    EXPECT_EQ(b.fx.ui().draw_image_calls(), drawn);
+
+    b.fx.host().withdraw_suite("PF AE App Suite", 6);
+    EXPECT_EQ(b.fx.press(2, b.At(0)), PF_Err_BAD_CALLBACK_PARAM);
+    EXPECT_EQ(b.fx.message(), "Failed to acquire PFAppSuite4.");
+    EXPECT_TRUE(b.fx.out_data().out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE);
+    b.fx.host().clear_problems();
 }
 
 }  // namespace

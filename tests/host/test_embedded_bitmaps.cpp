@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -12,33 +13,22 @@ const unsigned char* Get(A_long id, A_long* w, A_long* h) {
     return static_cast<const unsigned char*>(GetEmbeddedBitmap(id, w, h));
 }
 
-TEST(EmbeddedBitmaps, KnownIdsOnly) {
+TEST(EmbeddedBitmaps, KnownIdsOnlyPreparedOnceAndThenLeftAlone) {
     for (A_long id : {23408, 23414, 23417, 0, -1}) {
         A_long w = 77, h = 77;
         EXPECT_EQ(GetEmbeddedBitmap(id, &w, &h), nullptr) << id;
-        EXPECT_EQ(w, 0) << id;
-        EXPECT_EQ(h, 0) << id;
+        EXPECT_EQ(w + h, 0) << id;
     }
     for (A_long id : {23409, 23410, 23411, 23412, 23413, 23415, 23416}) {
         A_long w = 0, h = 0;
-        EXPECT_NE(GetEmbeddedBitmap(id, &w, &h), nullptr) << id;
-        EXPECT_GT(w, 0) << id;
-        EXPECT_GT(h, 0) << id;
-    }
-}
-
-TEST(EmbeddedBitmaps, PreparedOnceAndThenLeftAlone) {
-    for (A_long id : {23411, 23413}) {
-        A_long w = 0, h = 0;
         const unsigned char* first = Get(id, &w, &h);
-        ASSERT_NE(first, nullptr);
+        ASSERT_NE(first, nullptr) << id;
+        ASSERT_GT(w * h, 0) << id;
         const std::vector<unsigned char> copy(first, first + static_cast<size_t>(w) * h * 4);
         A_long w2 = 0, h2 = 0;
-        const unsigned char* again = Get(id, &w2, &h2);
-        EXPECT_EQ(again, first);
-        EXPECT_EQ(w2, w);
-        EXPECT_EQ(h2, h);
-        EXPECT_EQ(std::memcmp(again, copy.data(), copy.size()), 0) << id << " changed on a second request";
+        EXPECT_EQ(Get(id, &w2, &h2), first) << id;
+        EXPECT_EQ(std::make_pair(w2, h2), std::make_pair(w, h)) << id;
+        EXPECT_EQ(std::memcmp(first, copy.data(), copy.size()), 0) << id << " changed on a second request";
     }
 }
 
@@ -49,10 +39,7 @@ TEST(EmbeddedBitmaps, MessagePicturesInHostPixelOrder) {
         const unsigned char* p = Get(id, &w, &h);
         ASSERT_NE(p, nullptr);
         for (A_long i = 0; i < w * h; ++i) ASSERT_EQ(p[i * 4], 255) << id << " pixel " << i;
-        // The frame's accent colour E8A33D at the top-left corner.
-        EXPECT_EQ(p[1], 0xE8);
-        EXPECT_EQ(p[2], 0xA3);
-        EXPECT_EQ(p[3], 0x3D);
+        // The title, in the frame's accent colour E8A33D, is at the top.
         auto accent_inside = [&](A_long y0, A_long y1) {
             int n = 0;
             for (A_long y = y0; y < y1; ++y)
