@@ -102,7 +102,7 @@ TEST(HostHandles, LeakLockAndDisposeAccounting) {
     EXPECT_EQ(host.problems().size(), 2u);
 }
 
-TEST(HostHandles, WritingPastTheEndIsSeen) {
+TEST(HostHandles, WritingPastTheEndAndResizingALockedHandleAreProblems) {
     Host host;
     const PF_HandleSuite1* hs = host.handle_suite();
     PF_Handle h = hs->host_new_handle(8);
@@ -110,12 +110,8 @@ TEST(HostHandles, WritingPastTheEndIsSeen) {
     EXPECT_NE(host.leak_report().find("written past its end"), std::string::npos);
     hs->host_dispose_handle(h);
     EXPECT_TRUE(any_problem_contains(host, "written past its end"));
-}
 
-TEST(HostHandles, ResizeOfALockedHandleIsAProblem) {
-    Host host;
-    const PF_HandleSuite1* hs = host.handle_suite();
-    PF_Handle h = hs->host_new_handle(4);
+    h = hs->host_new_handle(4);
     hs->host_lock_handle(h);
     EXPECT_EQ(hs->host_resize_handle(8, &h), PF_Err_NONE);
     EXPECT_TRUE(any_problem_contains(host, "resize_handle of a locked handle"));
