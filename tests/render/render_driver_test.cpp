@@ -342,6 +342,29 @@ TEST_F(RenderDriverTest, InvalidSourceVideoIsAnError)
     ExpectNothingHeld();
 }
 
+// The host refuses the n-th checkout of the input layer: its error comes
+// back, and whatever was checked out before is checked in again.
+TEST_F(RenderDriverTest, FailedCheckoutIsReportedAndReleasesAll)
+{
+    static int calls, failAt;
+    static PF_Err (*host)(PF_ProgPtr, PF_ParamIndex, A_long, A_long, A_u_long, PF_ParamDef*);
+    Start(MakeClip(40, 12, StillPicture));
+    host = fx_->in_data().inter.checkout_param;
+    fx_->in_data().inter.checkout_param = [](PF_ProgPtr r, PF_ParamIndex i, A_long t, A_long s, A_u_long sc,
+                                             PF_ParamDef* p) -> PF_Err {
+        return ++calls == failAt ? PF_Err_INTERNAL_STRUCT_DAMAGED : host(r, i, t, s, sc, p);
+    };
+    fx_->set_frame(1);
+    for (failAt = 1; failAt <= 3; ++failAt) {
+        calls = 0;
+        EXPECT_EQ(fx_->render(), PF_Err_INTERNAL_STRUCT_DAMAGED) << failAt;
+        ExpectNothingHeld();
+    }
+    calls = 0;
+    EXPECT_EQ(fx_->render(), PF_Err_NONE);
+    EXPECT_EQ(calls, 3);
+}
+
 TEST_F(RenderDriverTest, EveryAllocationFailureIsOutOfMemoryAndReleasesAll)
 {
     // Full processing with three views, and the fast path (show 0 here).
