@@ -209,15 +209,6 @@ TEST_F(ConvertTest, HostLayersUseTheRectangleOrTheExtentHint)
     EXPECT_EQ(f.pixel_at_point(0, 0)->alpha, 10 * kFrom8);
     EXPECT_EQ(f.pixel_at_point(3, 1)->red, 3 * kFrom8);
 
-    // Back into another place of the layer; nothing outside it changes.
-    const auto before = pixels;
-    const PF_LRect to{0, 0, 4, 1};
-    f.copy_to_PF_World(layer, &to);
-    EXPECT_EQ(pixels[0].alpha, 10);
-    EXPECT_EQ(pixels[3].alpha, 13);
-    EXPECT_EQ(pixels[3].red, 2);
-    for (A_long i = 4; i < lw * lh; ++i) EXPECT_EQ(pixels[i].alpha, before[i].alpha);
-
     // The deep flag switches to 16-bit pixels.
     std::vector<PF_Pixel16> deep(lw * lh);
     for (A_long i = 0; i < lw * lh; ++i) deep[i] = PF_Pixel16{static_cast<A_u_short>(1000 + i), 32768, 0, 16384};

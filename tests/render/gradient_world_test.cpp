@@ -58,16 +58,4 @@ TEST_F(GradientTest, PixelValueUsesItsOwnThird)
     EXPECT_EQ(Run({kRidge}, 3.0f * 0x1.55553Ep-2f), (Rows{kRidgeEdges}));
 }
 
-TEST_F(GradientTest, DrawIntoMarksEdgesInTwoChannels)
-{
-    CVFloatWorld field(9, 1);
-    FillGrey(field, [](long x, long) { return kRidge[x]; });
-    CVGradientWorld g(9, 1);
-    g.SetThreshold(kGradientThreshold);
-    g.Compute(field);
-    g.DrawInto(field);
-    for (long x = 0; x < 9; ++x)
-        EXPECT_EQ(At(field, x, 0), (Pixel{1, x == 5 ? 1.0f : 0.0f, x == 3 ? 1.0f : 0.0f, 0})) << x;
-}
-
 }  // namespace
