@@ -68,12 +68,11 @@ TEST(Params, ListWithoutThePreference) {
     const PF_ParamDef& box = At(fx, 4);
     EXPECT_STREQ(box.u.bd.u.nameptr, "Do Deinterlace");
     EXPECT_EQ(box.u.bd.dephault, 1);
-    EXPECT_EQ(box.u.bd.value, 1);
     EXPECT_TRUE(box.flags & PF_ParamFlag_SUPERVISE);
-    // valid min/max, slider min/max, default and value.
+    // valid min/max, slider min/max, default.
     const PF_FloatSliderDef& m = At(fx, 7).u.fs_d;
-    EXPECT_EQ((std::vector<double>{m.valid_min, m.valid_max, m.slider_min, m.slider_max, m.dephault, m.value}),
-              (std::vector<double>{-100, 100, -100, 100, 20, 20}));
+    EXPECT_EQ((std::vector<double>{m.valid_min, m.valid_max, m.slider_min, m.slider_max, m.dephault}),
+              (std::vector<double>{-100, 100, -100, 100, 20}));
     EXPECT_EQ(m.precision, 4);
     const PF_SliderDef& p = At(fx, 8).u.sd;
     EXPECT_EQ((std::vector<A_long>{p.valid_min, p.valid_max, p.slider_min, p.slider_max, p.dephault}),
