@@ -130,14 +130,11 @@ TEST_F(DifferenceTest, MotionCurve)
     const Case cases[] = {
         {0.0f, 0.3f, (0.3f - lo) / (hi - lo)},   // exponent 1: unchanged by the power
         {0.0f, -0.3f, (0.3f - lo) / (hi - lo)},  // magnitude
-        {0.0f, lo, 0.0f},
-        {0.0f, hi, 1.0f},
         {20.0f, 0.3f, (powf(0.3f, 0.82f) - lo) / (hi - lo)},
         {-100.0f, 0.9f, 1.0f},  // 0.9^4 = 0.656
         {-100.0f, 0.5f, 0.0f},  // 0.5^4 = 0.0625
         {-100.0f, 0.7f, (powf(0.7f, 4.0f) - lo) / (hi - lo)},
         {100.0f, 0.01f, 1.0f},  // 0.01^0.1 = 0.63
-        {100.0f, 0.0f, 0.0f},
     };
     for (const Case& c : cases) {
         map_->SetParameters(kDiffLow, kDiffHigh, kDiffSpread, c.adjust);
