@@ -27,22 +27,19 @@ std::vector<tPixel> reference_line(const tPixel* src, A_long m, A_long n)
     return out;
 }
 
-// The same down the rows, on whole lines. A tail row whose source row is
-// the one the last walked row was made from repeats that row, blend
-// included, as the scaler's line buffer does.
+// The same down the rows, on whole lines. (The scaler keeps its last line
+// for the tail when the walk has not moved on; that line is never a blended
+// one, so it equals the row computed afresh.)
 std::vector<tPixel> reference_rect(const std::vector<tPixel>& src, A_long sw, A_long sh, A_long dw, A_long dh)
 {
     const A_long main = dh - (dh >= sh ? dh / (2 * sh) + 1 : 0);
-    std::vector<tPixel> out, line;
+    std::vector<tPixel> out;
     for (A_long i = 0; i < dh; ++i) {
         const A_long at = std::min(i, main) * sh, row = at / dh;
-        const bool repeat = i >= main && main > 0 && (main - 1) * sh / dh == row;
-        if (!repeat) {
-            line = reference_line(&src[row * sw], sw, dw);
-            if (i < main && at % dh >= dh / 2) {
-                const std::vector<tPixel> next = reference_line(&src[(row + 1) * sw], sw, dw);
-                for (A_long x = 0; x < dw; ++x) line[x] = avg(line[x], next[x]);
-            }
+        std::vector<tPixel> line = reference_line(&src[row * sw], sw, dw);
+        if (i < main && at % dh >= dh / 2) {
+            const std::vector<tPixel> next = reference_line(&src[(row + 1) * sw], sw, dw);
+            for (A_long x = 0; x < dw; ++x) line[x] = avg(line[x], next[x]);
         }
         out.insert(out.end(), line.begin(), line.end());
     }
