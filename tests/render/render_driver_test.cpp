@@ -334,17 +334,10 @@ TEST_F(RenderDriverTest, OnlyFourConversionsRender)
     }
 }
 
-TEST_F(RenderDriverTest, InvalidSourceVideoIsAnError)
-{
-    Start(MakeClip(40, 10, StillPicture, false, 2));
-    fx_->param(kParamSourceVideo).u.pd.value = 3;
-    EXPECT_EQ(RenderFrame(0), PF_Err_UNRECOGNIZED_PARAM_TYPE);
-    ExpectNothingHeld();
-}
-
 // The host refuses the n-th checkout of the input layer: its error comes
-// back, and whatever was checked out before is checked in again.
-TEST_F(RenderDriverTest, FailedCheckoutIsReportedAndReleasesAll)
+// back, and whatever was checked out before is checked in again. A "Source
+// Video" value the render cannot time is an error too.
+TEST_F(RenderDriverTest, ErrorsComeBackAndReleaseEverything)
 {
     static int calls, failAt;
     static PF_Err (*host)(PF_ProgPtr, PF_ParamIndex, A_long, A_long, A_u_long, PF_ParamDef*);
@@ -363,6 +356,9 @@ TEST_F(RenderDriverTest, FailedCheckoutIsReportedAndReleasesAll)
     calls = 0;
     EXPECT_EQ(fx_->render(), PF_Err_NONE);
     EXPECT_EQ(calls, 3);
+    fx_->param(kParamSourceVideo).u.pd.value = 3;
+    EXPECT_EQ(fx_->render(), PF_Err_UNRECOGNIZED_PARAM_TYPE);
+    ExpectNothingHeld();
 }
 
 TEST_F(RenderDriverTest, EveryAllocationFailureIsOutOfMemoryAndReleasesAll)
