@@ -404,7 +404,7 @@ private:
 
 class StreamRef {
 public:
-    StreamRef(AEGP_StreamSuite6* ss) : ss_(ss), ref_(nullptr) {}
+    StreamRef(AEGP_StreamSuite2* ss) : ss_(ss), ref_(nullptr) {}
     ~StreamRef() {
         if (ref_) ss_->AEGP_DisposeStream(ref_);
     }
@@ -412,7 +412,7 @@ public:
     AEGP_StreamRefH get() const { return ref_; }
 
 private:
-    AEGP_StreamSuite6* ss_;
+    AEGP_StreamSuite2* ss_;
     AEGP_StreamRefH ref_;
 };
 
@@ -429,7 +429,7 @@ T* Need(T* suite, const char* name) {
 void SetParamVisible(AEGP_PluginID plugin_id, PF_InData* in_data, AEGP_SuiteHandler& suites, PF_ParamIndex index,
                      bool visible) {
     AEGP_PFInterfaceSuite1* pfi = Need(suites.PFInterfaceSuite1(), "AEGP PF Interface Suite");
-    AEGP_StreamSuite6* ss = Need(suites.StreamSuite2(), "AEGP Stream Suite");
+    AEGP_StreamSuite2* ss = Need(suites.StreamSuite2(), "AEGP Stream Suite");
     AEGP_DynamicStreamSuite3* ds = Need(suites.DynamicStreamSuite3(), "AEGP Dynamic Stream Suite");
     Need(suites.EffectSuite3(), "AEGP Effect Suite");  // needed to give the effect reference back
 

@@ -208,8 +208,8 @@ AEGP_EffectSuite3* AEGP_SuiteHandler::EffectSuite3() {
 AEGP_PersistentDataSuite3* AEGP_SuiteHandler::PersistentDataSuite3() {
     return Impl::Get<AEGP_PersistentDataSuite3>(*this, Impl::kPersistentData3);
 }
-AEGP_StreamSuite6* AEGP_SuiteHandler::StreamSuite2() {
-    return Impl::Get<AEGP_StreamSuite6>(*this, Impl::kStream2);
+AEGP_StreamSuite2* AEGP_SuiteHandler::StreamSuite2() {
+    return Impl::Get<AEGP_StreamSuite2>(*this, Impl::kStream2);
 }
 AEGP_LayerSuite6* AEGP_SuiteHandler::LayerSuite6() {
     return Impl::Get<AEGP_LayerSuite6>(*this, Impl::kLayer6);

@@ -27,10 +27,7 @@ public:
     AEGP_EffectSuite3* EffectSuite3();                   // "AEGP Effect Suite" 3
     AEGP_PersistentDataSuite3* PersistentDataSuite3();   // "AEGP Persistent Data Suite" 3
     // "AEGP Stream Suite" 7 (its second edition, served from host 13.0 on).
-    // Only AEGP_GetNewEffectStreamByIndex (slot 5) and AEGP_DisposeStream
-    // (slot 7) may be used through it: they sit where the newest edition,
-    // the declared struct, has them.
-    AEGP_StreamSuite6* StreamSuite2();
+    AEGP_StreamSuite2* StreamSuite2();
     // The layer, item and footage suites at versions every host from 13.0 on
     // serves (older editions declared in hostapi/host_suites_extra.h).
     AEGP_LayerSuite6* LayerSuite6();                     // "AEGP Layer Suite" 12

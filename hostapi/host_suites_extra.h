@@ -5,6 +5,7 @@
 //
 //   "AEGP Layer Suite"  version 12  AEGP_LayerSuite6   (since AE 10.0)
 //   "AEGP Item Suite"   version 13  AEGP_ItemSuite8    (since AE 10.0)
+//   "AEGP Stream Suite" version 7   AEGP_StreamSuite2
 //
 // (The footage suite needs nothing here: AEGP_FootageSuite5, version 11, dates
 // from AE 10.0 and is declared in host_records.h.)
@@ -13,7 +14,8 @@
 // (7: the two label functions, 8: the two sampling-quality functions, 9: the
 // three track-matte functions), so version 6 is the first 46 slots of version
 // 9 with the same types. Of the item table only the leading slots up to the
-// one this module calls are declared; it is only ever reached through the
+// one this module calls are declared, and likewise of the stream table; both
+// are only ever reached through the
 // host's pointer, never copied, so the rest of the table need not be spelled
 // out.
 // The version numbers are in host_constants.h (kAEGPLayerSuiteVersion6 and
@@ -82,7 +84,21 @@ struct AEGP_ItemSuite8 {
     A_Err (*AEGP_GetItemType)(AEGP_ItemH, AEGP_ItemType *);
 };
 
-static_assert(kAEGPLayerSuiteVersion6 == 12 && kAEGPItemSuiteVersion8 == 13, "suite version numbers");
+// Leading slots 0..7 (through AEGP_DisposeStream). Stream 2 put one slot
+// before the effect-stream functions, which have kept their places since.
+struct AEGP_StreamSuite2 {
+    A_Err (*AEGP_IsStreamLegal)(AEGP_LayerH, AEGP_LayerStream, A_Boolean *);
+    A_Err (*AEGP_CanVaryOverTime)(AEGP_StreamRefH, A_Boolean *);
+    A_Err (*AEGP_GetValidInterpolations)(AEGP_StreamRefH, AEGP_KeyInterpolationMask *);
+    A_Err (*AEGP_GetNewLayerStream)(AEGP_PluginID, AEGP_LayerH, AEGP_LayerStream, AEGP_StreamRefH *);
+    A_Err (*AEGP_GetEffectNumParamStreams)(AEGP_EffectRefH, A_long *);
+    A_Err (*AEGP_GetNewEffectStreamByIndex)(AEGP_PluginID, AEGP_EffectRefH, PF_ParamIndex, AEGP_StreamRefH *);
+    A_Err (*AEGP_GetNewMaskStream)(AEGP_PluginID, AEGP_MaskRefH, AEGP_MaskStream, AEGP_StreamRefH *);
+    A_Err (*AEGP_DisposeStream)(AEGP_StreamRefH);
+};
+
+static_assert(kAEGPLayerSuiteVersion6 == 12 && kAEGPItemSuiteVersion8 == 13 && kAEGPStreamSuiteVersion2 == 7,
+              "suite version numbers");
 
 #if INTPTR_MAX == INT64_MAX
 // Version 6 is version 9 without its seven appended slots, slot for slot.
@@ -96,4 +112,9 @@ static_assert(offsetof(AEGP_LayerSuite6, AEGP_GetLayerFromLayerID) ==
 static_assert(offsetof(AEGP_ItemSuite8, AEGP_GetItemType) == 5 * 8, "AEGP_GetItemType is slot 5");
 static_assert(offsetof(AEGP_ItemSuite8, AEGP_GetItemType) == offsetof(AEGP_ItemSuite9, AEGP_GetItemType),
               "Item 8 and 9 agree on AEGP_GetItemType");
+static_assert(offsetof(AEGP_StreamSuite2, AEGP_GetNewEffectStreamByIndex) == 5 * 8 &&
+                  offsetof(AEGP_StreamSuite2, AEGP_DisposeStream) == 7 * 8,
+              "effect streams are slots 5 and 7");
+static_assert(offsetof(AEGP_StreamSuite2, AEGP_DisposeStream) == offsetof(AEGP_StreamSuite6, AEGP_DisposeStream),
+              "Stream 2 and 6 agree on AEGP_DisposeStream");
 #endif

@@ -157,7 +157,7 @@ protected:
     }
     Host host;
     AEGP_PFInterfaceSuite1 pfi{};
-    AEGP_StreamSuite6 stream{};
+    AEGP_StreamSuite2 stream{};
     AEGP_DynamicStreamSuite3 dyn{};
     AEGP_EffectSuite3 effect{};
     PF_ParamUtilsSuite3 utils{};
