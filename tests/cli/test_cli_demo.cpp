@@ -1,12 +1,10 @@
 // tessen demo, the README's first command: it must run without any input,
 // write its three files and show the effect ahead of plain field methods.
-#include "cli_run.h"
-#include "test_video_io_util.h"
+#include "cli_test_util.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
 
 namespace tessen::cli::testing {
 namespace {
@@ -21,7 +19,7 @@ double psnr_on_line(const std::string& out, const std::string& label) {
 TEST(CliDemo, ConvertsTheBuiltInClipAndBeatsLineDoublingAndWeaving) {
     ScratchDir dir;
     const std::string out_dir = dir.file("demo");  // made by the demo
-    RunResult r = run_tessen({"demo", out_dir, "--quiet"}, dir.path().string());
+    RunResult r = run_tessen({"demo", out_dir, "--quiet"});
     ASSERT_EQ(r.exit_code, 0) << r.err;
     EXPECT_TRUE(r.out.find("Auto Setup Successful!") != std::string::npos) << r.out;
 
@@ -33,7 +31,6 @@ TEST(CliDemo, ConvertsTheBuiltInClipAndBeatsLineDoublingAndWeaving) {
     EXPECT_GT(effect, doubling + 3.0) << r.out;
     EXPECT_GT(effect, weaving + 3.0) << r.out;
 
-    namespace fs = std::filesystem;
     const std::string video = fs::exists(out_dir + "/demo.mp4") ? out_dir + "/demo.mp4" : out_dir + "/demo.mkv";
     ReadBack converted = read_all(video);
     EXPECT_EQ(converted.frames.size(), 48u);  // 60 frames at 29.97 -> 23.976

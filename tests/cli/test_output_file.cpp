@@ -1,7 +1,8 @@
 #include "cli/cli_error.h"
 #include "cli/output_file.h"
+#include "cli/video_io.h"
 
-#include "test_video_io_util.h"
+#include "cli_test_util.h"
 
 #include <gtest/gtest.h>
 
@@ -14,111 +15,27 @@ using testing::ScratchDir;
 namespace fs = std::filesystem;
 
 void put(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
-std::string get(const std::string& path) {
-    std::ifstream in(path);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
 
-// A folder this process cannot create files in, also when running as root.
-std::string unwritable_folder(const ScratchDir& dir) {
-    const std::string locked = dir.file("locked");
-    fs::create_directory(locked);
-    fs::permissions(locked, fs::perms::owner_read | fs::perms::owner_exec);
-    const std::string probe = locked + "/probe";
-    if (std::FILE* f = std::fopen(probe.c_str(), "w")) {  // root ignores permissions
-        std::fclose(f);
-        fs::remove(probe);
-        return "/sys";
-    }
-    return locked;
-}
+// The output file's other rules (hidden temporary, refusal without -y,
+// missing or unwritable folder, removal on failure and on a signal) are
+// checked through the tessen program.
 
-TEST(OutputFile, WritesUnderHiddenTemporaryAndRenamesOnCommit) {
+// A writer destroyed without finish(), as when a run is interrupted or fails
+// part-way, leaves nothing behind, whatever the output kind.
+TEST(OutputFile, AbandonedWritesLeaveNothingBehind) {
     ScratchDir dir;
-    const std::string target = dir.file("out.mov");
-    {
-        OutputFile out(target, false);
-        const fs::path temp(out.write_path());
-        EXPECT_EQ(temp.parent_path(), dir.path());
-        EXPECT_EQ(temp.filename().string()[0], '.');
-        EXPECT_FALSE(fs::exists(target));
-        put(out.write_path(), "done");
-        out.commit();
+    WriterOptions o;
+    o.width = 32;
+    o.height = 24;
+    o.depth = 8;
+    o.frame_rate = {25, 1};
+    for (const char* name : {"a.mov", "a.mkv", "a.mp4", "a_%03d.png"}) {
+        {
+            VideoWriter w(dir.file(name), o);
+            w.write(testing::noise_frame(32, 24, 8, 1));
+        }
+        EXPECT_TRUE(dir.entries().empty()) << name;
     }
-    EXPECT_EQ(get(target), "done");
-    EXPECT_EQ(dir.entries(), std::vector<std::string>{"out.mov"});
-}
-
-TEST(OutputFile, AbandonedOutputLeavesNothing) {
-    ScratchDir dir;
-    {
-        OutputFile out(dir.file("out.mkv"), false);
-        put(out.write_path(), "half");
-    }
-    EXPECT_TRUE(dir.entries().empty());
-    {
-        OutputFile seq(dir.file("img_%04d.png"), false, true);
-        put(seq.write_path().substr(0, seq.write_path().rfind('/')) + "/img_0001.png", "x");
-    }
-    EXPECT_TRUE(dir.entries().empty());
-}
-
-TEST(OutputFile, ExistingTargetNeedsOverwrite) {
-    ScratchDir dir;
-    const std::string target = dir.file("out.mp4");
-    put(target, "old");
-    try {
-        OutputFile out(target, false);
-        FAIL() << "existing output accepted";
-    } catch (const CliError& e) {
-        EXPECT_EQ(e.file, target);
-        EXPECT_NE(e.cause.find("already exists"), std::string::npos) << e.cause;
-        EXPECT_NE(e.cause.find("-y"), std::string::npos) << e.cause;
-    }
-    EXPECT_EQ(get(target), "old");
-    {
-        OutputFile out(target, true);
-        put(out.write_path(), "new");
-        out.commit();
-    }
-    EXPECT_EQ(get(target), "new");
-    EXPECT_EQ(dir.entries().size(), 1u);
-}
-
-TEST(OutputFile, MissingOrUnwritableFolderIsAClearError) {
-    ScratchDir dir;
-    try {
-        OutputFile out(dir.file("nowhere/out.mov"), false);
-        FAIL();
-    } catch (const CliError& e) {
-        EXPECT_NE(e.cause.find("does not exist"), std::string::npos) << e.cause;
-    }
-    const std::string locked = unwritable_folder(dir);
-    try {
-        OutputFile out(locked + "/out.mov", true);
-        FAIL();
-    } catch (const CliError& e) {
-        EXPECT_NE(e.cause.find("cannot write in the folder"), std::string::npos) << e.cause;
-        EXPECT_NE(e.cause.find("permission denied"), std::string::npos) << e.cause;
-    }
-    try {
-        OutputFile out(dir.path().string(), true);
-        FAIL();
-    } catch (const CliError& e) {
-        EXPECT_NE(e.cause.find("folder"), std::string::npos) << e.cause;
-    }
-}
-
-TEST(OutputFile, InterruptPathRemovesLiveTemporaries) {
-    ScratchDir dir;
-    OutputFile a(dir.file("a.mov"), false);
-    OutputFile b(dir.file("b_%03d.png"), false, true);
-    put(a.write_path(), "partial");
-    put(b.write_path(), "partial");
-    remove_live_temporaries(true);  // as from a signal handler: plain files only
-    EXPECT_EQ(dir.entries().size(), 1u);
-    remove_live_temporaries();
-    EXPECT_TRUE(dir.entries().empty());
 }
 
 TEST(OutputFile, SequenceMovesImagesAndReplacesAnOlderSequence) {
@@ -137,7 +54,7 @@ TEST(OutputFile, SequenceMovesImagesAndReplacesAnOlderSequence) {
         out.commit();
     }
     EXPECT_EQ(dir.entries(), (std::vector<std::string>{"f_001.png", "f_002.png", "f_other.png"}));
-    EXPECT_EQ(get(dir.file("f_002.png")), "new");
+    EXPECT_EQ(testing::slurp(dir.file("f_002.png")), "new");
 }
 
 }  // namespace

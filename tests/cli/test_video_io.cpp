@@ -3,11 +3,9 @@
 #include "cli/pixel_convert.h"
 #include "cli/video_io.h"
 
-#include "test_video_io_util.h"
+#include "cli_test_util.h"
 
 #include <gtest/gtest.h>
-
-#include <fstream>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -112,23 +110,20 @@ void expect_rgb(const HostFrame& f, double r, double g, double b, double tol, co
     EXPECT_NEAR(mean8(f, 0), 255, 0.01) << what;
 }
 
+// Rates stored rounded snap to the exact broadcast rates; others stay as they are.
 TEST(FrameRate, CommonRatesAreExact) {
     EXPECT_EQ(exact_frame_rate(23.976), (Rational{24000, 1001}));
-    EXPECT_EQ(exact_frame_rate(29.97), (Rational{30000, 1001}));
     EXPECT_EQ(exact_frame_rate(59.94), (Rational{60000, 1001}));
-    EXPECT_EQ(exact_frame_rate(25.0), (Rational{25, 1}));
-    EXPECT_EQ(exact_frame_rate(Rational{2997, 100}).num, 30000);
-    const Rational odd = exact_frame_rate(Rational{150, 10});
-    EXPECT_EQ(odd.num, 15);
-    EXPECT_EQ(odd.den, 1);
-    EXPECT_EQ(exact_frame_rate(Rational{1000, 33}).den, 33);  // not snapped: 30.3
+    EXPECT_EQ(exact_frame_rate(Rational{2997, 100}), (Rational{30000, 1001}));
+    EXPECT_EQ(exact_frame_rate(Rational{150, 10}), (Rational{15, 1}));
+    EXPECT_EQ(exact_frame_rate(Rational{1000, 33}).den, 33);  // 30.3 is no broadcast rate
 }
 
 // 8-bit H.264 and 10-bit ProRes sources, read at both working depths.
 TEST(VideoReader, ReadsEightAndTenBitSourcesAtEitherDepth) {
     ScratchDir dir;
     const std::string h264 = dir.file("src8.mp4"), prores = dir.file("src10.mov");
-    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=96x64:rate=30000/1001 -frames:v 6 -c:v libx264 -pix_fmt yuv420p " +
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=48x32:rate=30000/1001 -frames:v 4 -c:v libx264 -pix_fmt yuv420p " +
                        h264));
     ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=96x64:rate=25 -frames:v 4 -c:v prores_ks -profile:v 3 "
                        "-pix_fmt yuv422p10le " +
@@ -136,23 +131,17 @@ TEST(VideoReader, ReadsEightAndTenBitSourcesAtEitherDepth) {
     {
         VideoReader r(h264);
         const VideoInfo& info = r.info();
-        EXPECT_EQ(info.width, 96);
-        EXPECT_EQ(info.height, 64);
-        EXPECT_EQ(info.frame_rate, (Rational{30000, 1001}));
         EXPECT_EQ(info.bits_per_component, 8);
-        EXPECT_EQ(info.chroma_shift_x, 1);
-        EXPECT_EQ(info.chroma_shift_y, 1);
-        EXPECT_EQ(info.frame_count, 6);
+        EXPECT_EQ(info.frame_count, 4);
         EXPECT_FALSE(info.has_audio);
         EXPECT_EQ(info.color.matrix, AVCOL_SPC_SMPTE170M);  // untagged SD
         EXPECT_FALSE(info.color.tagged);
         const auto frames8 = read_all(r, 8);
-        ASSERT_EQ(frames8.size(), 6u);
-        EXPECT_EQ(frames8[0].depth, 8);
-        EXPECT_EQ(frames8[0].rowbytes, 96u * 4);
         VideoReader r16(h264);
         const auto frames16 = read_all(r16, 16);
-        ASSERT_EQ(frames16.size(), 6u);
+        ASSERT_EQ(frames8.size(), 4u);
+        ASSERT_EQ(frames16.size(), 4u);
+        EXPECT_EQ(frames8[0].depth, 8);
         EXPECT_EQ(frames16[0].depth, 16);
         // same pictures; the 16-bit path only keeps more precision
         for (int c = 0; c < 4; ++c) EXPECT_NEAR(mean8(frames16[3], c), mean8(frames8[3], c), 0.6) << c;
@@ -160,12 +149,9 @@ TEST(VideoReader, ReadsEightAndTenBitSourcesAtEitherDepth) {
     {
         VideoReader r(prores);
         EXPECT_EQ(r.info().bits_per_component, 10);
-        EXPECT_EQ(r.info().frame_rate, (Rational{25, 1}));
-        EXPECT_EQ(r.info().codec_name, "prores");
         HostFrame f16, f8;
         ASSERT_TRUE(r.read(f16, 16));
         ASSERT_TRUE(r.read(f8, 8));
-        EXPECT_EQ(f16.depth, 16);
         EXPECT_EQ(f8.depth, 8);
         uint16_t top = 0;
         for (int y = 0; y < f16.height; ++y)
@@ -444,74 +430,58 @@ TEST(VideoWriter, WhiteIsExactlyVideoWhite) {
     }
 }
 
-TEST(VideoWriter, CarriesAudioOverOrSaysWhyNot) {
+// Audio is copied where the container holds it and dropped with a notice
+// where not. The input's first picture comes 0.2 s after its sound starts:
+// the output starts with that picture at time 0, the sound before it is cut
+// (whole packets) and the rest moves up by 0.2 s.
+TEST(VideoWriter, CarriesAudioRetimedAgainstTheFirstPictureOrSaysWhyNot) {
     ScratchDir dir;
-    const std::string src = dir.file("with_audio.mov");
-    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=64x48:rate=25 -f lavfi -i sine=frequency=440:sample_rate=48000 "
-                       "-t 0.4 -c:v prores_ks -c:a pcm_s16le " +
+    const std::string src = dir.file("late_video.mkv");
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=32x24:rate=25 -f lavfi -i sine=frequency=440:sample_rate=48000 "
+                       "-t 1 -vf setpts=PTS+0.2/TB -c:v ffv1 -c:a pcm_s16le " +
                        src));
     VideoReader r(src);
     EXPECT_TRUE(r.info().has_audio);
     const auto frames = read_all(r, 8);
-    ASSERT_EQ(frames.size(), 10u);
-    for (const char* name : {"a.mov", "a.mkv", "a.mp4"}) {
-        WriterOptions o = options(64, 48, 8, {25, 1});
-        o.audio_source = src;
-        VideoWriter w(dir.file(name), o);
-        for (const auto& f : frames) w.write(f);
-        w.finish();
-        const testing::Probe p = testing::probe(dir.file(name));
-        EXPECT_EQ(p.packets, 10) << name;
-        if (std::string(name) == "a.mp4") {  // mp4 holds no PCM
-            EXPECT_EQ(w.audio_streams_copied(), 0);
-            EXPECT_NE(w.audio_notice().find("pcm_s16le"), std::string::npos) << w.audio_notice();
-            EXPECT_EQ(p.audio_streams, 0);
-        } else {
-            EXPECT_EQ(w.audio_streams_copied(), 1) << name;
-            EXPECT_TRUE(w.audio_notice().empty()) << w.audio_notice();
-            EXPECT_EQ(p.audio_streams, 1) << name;
-        }
-    }
-}
-
-// The input's first picture comes 0.2 s after its sound starts: the output
-// starts with that picture at time 0, the sound before it is cut (whole
-// packets) and the rest moves up by 0.2 s.
-TEST(VideoWriter, AudioIsRetimedAgainstTheFirstPicture) {
-    ScratchDir dir;
-    const std::string src = dir.file("late_video.mkv"), out = dir.file("out.mkv");
-    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=64x48:rate=25 -f lavfi -i sine=frequency=440:sample_rate=48000 "
-                       "-t 1 -vf setpts=PTS+0.2/TB -c:v ffv1 -c:a pcm_s16le " +
-                       src));
-    VideoReader r(src);
-    const auto frames = read_all(r, 8);
     ASSERT_EQ(frames.size(), 20u);
-    WriterOptions o = options(64, 48, 8, {25, 1});
-    o.audio_source = src;
-    {
+    for (const char* name : {"a.mov", "a.mkv", "a.mp4"}) {
+        SCOPED_TRACE(name);
+        const std::string out = dir.file(name);
+        WriterOptions o = options(32, 24, 8, {25, 1});
+        o.audio_source = src;
         VideoWriter w(out, o);
         for (const auto& f : frames) w.write(f);
         w.finish();
-        ASSERT_EQ(w.audio_streams_copied(), 1);
+        const testing::Probe p = testing::probe(out);
+        EXPECT_EQ(p.packets, 20);
+        if (std::string(name) == "a.mp4") {  // mp4 holds no PCM
+            EXPECT_EQ(w.audio_streams_copied(), 0);
+            EXPECT_TRUE(testing::contains(w.audio_notice(), "pcm_s16le")) << w.audio_notice();
+            EXPECT_EQ(p.audio_streams, 0);
+            continue;
+        }
+        EXPECT_EQ(w.audio_streams_copied(), 1);
+        EXPECT_TRUE(w.audio_notice().empty()) << w.audio_notice();
+        EXPECT_EQ(p.audio_streams, 1);
+        AVFormatContext* fmt = nullptr;
+        ASSERT_GE(avformat_open_input(&fmt, out.c_str(), nullptr, nullptr), 0);
+        ASSERT_GE(avformat_find_stream_info(fmt, nullptr), 0);
+        double first[2] = {1e9, 1e9}, audio_seconds = 0;
+        AVPacket* pkt = av_packet_alloc();
+        while (av_read_frame(fmt, pkt) >= 0) {
+            const AVStream* st = fmt->streams[pkt->stream_index];
+            const bool audio = st->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
+            first[audio] = std::min(first[audio], pkt->pts * av_q2d(st->time_base));
+            if (audio) audio_seconds += pkt->duration * av_q2d(st->time_base);
+            av_packet_unref(pkt);
+        }
+        av_packet_free(&pkt);
+        avformat_close_input(&fmt);
+        EXPECT_NEAR(first[0], 0.0, 0.001);
+        EXPECT_GE(first[1], 0.0);
+        EXPECT_LT(first[1], 0.03);
+        EXPECT_NEAR(audio_seconds, 0.8, 0.03);
     }
-    AVFormatContext* fmt = nullptr;
-    ASSERT_GE(avformat_open_input(&fmt, out.c_str(), nullptr, nullptr), 0);
-    ASSERT_GE(avformat_find_stream_info(fmt, nullptr), 0);
-    double first[2] = {1e9, 1e9}, audio_seconds = 0;
-    AVPacket* pkt = av_packet_alloc();
-    while (av_read_frame(fmt, pkt) >= 0) {
-        const AVStream* st = fmt->streams[pkt->stream_index];
-        const bool audio = st->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
-        first[audio] = std::min(first[audio], pkt->pts * av_q2d(st->time_base));
-        if (audio) audio_seconds += pkt->duration * av_q2d(st->time_base);
-        av_packet_unref(pkt);
-    }
-    av_packet_free(&pkt);
-    avformat_close_input(&fmt);
-    EXPECT_NEAR(first[0], 0.0, 0.001);
-    EXPECT_GE(first[1], 0.0);
-    EXPECT_LT(first[1], 0.03);
-    EXPECT_NEAR(audio_seconds, 0.8, 0.03);
 }
 
 }  // namespace
