@@ -34,7 +34,7 @@ TEST(ConversionPlan, TimeBasesMakeTheEffectsExactRateComparisonsHold) {
     }
 }
 
-TEST(ConversionPlan, FrameCountsAndDefaultsPerSupportedConversion) {
+TEST(ConversionPlan, FrameCountsDefaultsAndCadencePerSupportedConversion) {
     struct Case {
         Rational file_rate;
         std::optional<CompRate> rate;
@@ -66,16 +66,13 @@ TEST(ConversionPlan, FrameCountsAndDefaultsPerSupportedConversion) {
         EXPECT_GE(source_frame_at((last + 1) * plan.time_base.time_step, plan.time_base, plan.layer_rate),
                   c.source_frames);
     }
-}
-
-TEST(ConversionPlan, NtscToFilmFollowsTheTwoThreeCadence) {
+    // NTSC to film: output frame k falls in source frame floor(1.25 k).
     Options o;
     ConversionPlan plan;
     ASSERT_FALSE(plan_rates(sd(720, 480, {30000, 1001}), o, plan));
-    // Output frame k falls in source frame floor(1.25 k): 0 1 2 3 5 6 7 8 10.
-    const int64_t expected[] = {0, 1, 2, 3, 5, 6, 7, 8, 10};
+    const int64_t cadence[] = {0, 1, 2, 3, 5, 6, 7, 8, 10};
     for (int k = 0; k < 9; ++k)
-        EXPECT_EQ(source_frame_at(k * plan.time_base.time_step, plan.time_base, plan.layer_rate), expected[k]);
+        EXPECT_EQ(source_frame_at(k * plan.time_base.time_step, plan.time_base, plan.layer_rate), cadence[k]) << k;
 }
 
 // NTSC to 25 and 24 fps sources are refused end to end; here the rest of

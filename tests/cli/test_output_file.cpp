@@ -38,6 +38,18 @@ TEST(OutputFile, AbandonedWritesLeaveNothingBehind) {
     }
 }
 
+TEST(OutputFile, SignalHandlerRemovesOnlyPlainFiles) {
+    ScratchDir dir;
+    OutputFile a(dir.file("a.mov"), false);
+    OutputFile b(dir.file("b_%03d.png"), false, true);
+    put(a.write_path(), "partial");
+    put(b.write_path(), "partial");
+    remove_live_temporaries(true);  // a folder's removal is not async-signal-safe
+    EXPECT_EQ(dir.entries().size(), 1u);
+    remove_live_temporaries();
+    EXPECT_TRUE(dir.entries().empty());
+}
+
 TEST(OutputFile, SequenceMovesImagesAndReplacesAnOlderSequence) {
     ScratchDir dir;
     const std::string pattern = dir.file("f_%03d.png");

@@ -171,6 +171,17 @@ TEST(VideoReader, ReadsEightAndTenBitSourcesAtEitherDepth) {
     }
 }
 
+// Raw planar YUV bytes as an FFV1 clip.
+std::string raw_clip(const ScratchDir& dir, const std::string& name, const std::string& pix_fmt, int w, int h,
+                     const std::string& bytes, const std::string& args) {
+    const std::string raw = dir.file(name + ".yuv"), mkv = dir.file(name + ".mkv");
+    std::ofstream(raw, std::ios::binary) << bytes;
+    EXPECT_TRUE(ffmpeg("-f rawvideo -pix_fmt " + pix_fmt + " -s " + std::to_string(w) + "x" + std::to_string(h) +
+                       " -r 25 -i " + raw + " -c:v ffv1 " + args + " " + mkv))
+        << name;
+    return mkv;
+}
+
 // Raw YUV with known values: red in BT.601 and BT.709, limited and full
 // range. Reading with the wrong matrix or range is off by 20 levels or more.
 TEST(VideoReader, ConvertsYuvWithTheTaggedOrUsualMatrixAndRange) {
@@ -178,27 +189,20 @@ TEST(VideoReader, ConvertsYuvWithTheTaggedOrUsualMatrixAndRange) {
     struct Case {
         const char* name;
         int w, h;
-        uint8_t y, u, v;
+        char y, u, v;
         const char* tags;
         bool tagged;
     };
     const Case cases[] = {
-        {"sd601", 64, 48, 81, 90, 240, "", false},
-        {"hd709", 1280, 720, 63, 102, 240, "", false},
-        {"sd709tagged", 64, 48, 63, 102, 240, "-colorspace bt709", true},
-        {"sd601full", 64, 48, 76, 85, 255, "-colorspace smpte170m -color_range pc", true},
+        {"sd601", 64, 48, 81, 90, char(240), "", false},
+        {"hd709", 1280, 720, 63, 102, char(240), "", false},
+        {"sd709tagged", 64, 48, 63, 102, char(240), "-colorspace bt709", true},
+        {"sd601full", 64, 48, 76, 85, char(255), "-colorspace smpte170m -color_range pc", true},
     };
     for (const Case& c : cases) {
-        const std::string raw = dir.file(std::string(c.name) + ".yuv"), mkv = dir.file(std::string(c.name) + ".mkv");
-        {
-            std::ofstream out(raw, std::ios::binary);
-            const size_t n = size_t(c.w) * c.h;
-            out << std::string(n, char(c.y)) << std::string(n, char(c.u)) << std::string(n, char(c.v));
-        }
-        ASSERT_TRUE(ffmpeg("-f rawvideo -pix_fmt yuv444p -s " + std::to_string(c.w) + "x" + std::to_string(c.h) +
-                           " -r 25 -i " + raw + " -c:v ffv1 " + c.tags + " " + mkv))
-            << c.name;
-        VideoReader r(mkv);
+        const size_t n = size_t(c.w) * c.h;
+        VideoReader r(raw_clip(dir, c.name, "yuv444p", c.w, c.h,
+                               std::string(n, c.y) + std::string(n, c.u) + std::string(n, c.v), c.tags));
         EXPECT_EQ(r.info().color.tagged, c.tagged) << c.name;
         HostFrame f;
         ASSERT_TRUE(r.read(f, 16));
@@ -222,28 +226,18 @@ TEST(VideoReader, WhiteAndBlackAreExact) {
         {"limited10", "yuv422p10le", 10, 940, 64, ""},
         {"full10", "yuv420p10le", 10, 1023, 0, "-color_range pc"},
     };
+    const int w = 16, h = 8;
     for (const Case& c : cases) {
-        const int w = 16, h = 8;
-        const std::string raw = dir.file(std::string(c.name) + ".yuv"), mkv = dir.file(std::string(c.name) + ".mkv");
-        {
-            const int cw = w / 2, ch = std::string(c.pix_fmt).find("420") != std::string::npos ? h / 2 : h;
-            std::string bytes;
-            auto put = [&](int v) {
-                if (c.bits == 8) {
-                    bytes += char(v);
-                } else {
-                    bytes += char(v & 0xff);
-                    bytes += char(v >> 8);
-                }
-            };
-            for (int y = 0; y < h; ++y)
-                for (int x = 0; x < w; ++x) put(y < h / 2 ? c.white : c.black);
-            for (int i = 0; i < 2 * cw * ch; ++i) put(1 << (c.bits - 1));
-            std::ofstream(raw, std::ios::binary) << bytes;
-        }
-        ASSERT_TRUE(ffmpeg(std::string("-f rawvideo -pix_fmt ") + c.pix_fmt + " -s 16x8 -r 25 -i " + raw +
-                           " -c:v ffv1 " + c.tags + " " + mkv))
-            << c.name;
+        std::string bytes;
+        auto put = [&](int v) {
+            bytes += char(v & 0xff);
+            if (c.bits > 8) bytes += char(v >> 8);
+        };
+        for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) put(y < h / 2 ? c.white : c.black);
+        const int chroma_rows = std::string(c.pix_fmt).find("420") != std::string::npos ? h / 2 : h;
+        for (int i = 0; i < w * chroma_rows; ++i) put(1 << (c.bits - 1));  // both planes, half width
+        const std::string mkv = raw_clip(dir, c.name, c.pix_fmt, w, h, bytes, c.tags);
         for (int depth : {8, 16}) {
             VideoReader r(mkv);
             HostFrame f;
@@ -262,19 +256,13 @@ TEST(VideoReader, WhiteAndBlackAreExact) {
 TEST(VideoReader, InterlacedChromaStaysInItsField) {
     ScratchDir dir;
     const int w = 32, h = 48;
-    const std::string raw = dir.file("fields.yuv"), mkv = dir.file("fields.mkv");
-    {
-        std::string y, u, v;
-        for (int r = 0; r < h; ++r) y += std::string(w, char(r % 2 ? 41 : 81));  // BT.601 blue / red
-        for (int r = 0; r < h / 2; ++r) {
-            u += std::string(w / 2, char(r % 2 ? 240 : 90));
-            v += std::string(w / 2, char(r % 2 ? 110 : 240));
-        }
-        std::ofstream(raw, std::ios::binary) << y << u << v;
+    std::string y, u, v;
+    for (int r = 0; r < h; ++r) y += std::string(w, char(r % 2 ? 41 : 81));  // BT.601 blue / red
+    for (int r = 0; r < h / 2; ++r) {
+        u += std::string(w / 2, char(r % 2 ? 240 : 90));
+        v += std::string(w / 2, char(r % 2 ? 110 : 240));
     }
-    ASSERT_TRUE(ffmpeg("-f rawvideo -pix_fmt yuv420p -s 32x48 -r 30000/1001 -i " + raw +
-                       " -c:v ffv1 -field_order tt " + mkv));
-    VideoReader r(mkv);
+    VideoReader r(raw_clip(dir, "fields", "yuv420p", w, h, y + u + v, "-field_order tt"));
     ASSERT_EQ(r.info().field_order, FieldOrder::UpperFirst);
     HostFrame f;
     ASSERT_TRUE(r.read(f, 8));
