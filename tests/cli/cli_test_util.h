@@ -168,16 +168,9 @@ inline RunResult run_tessen(const std::vector<std::string>& args, std::function<
     const std::string base = "/tmp/tessen-run-" + std::to_string(getpid()) + "-" + std::to_string(n++);
     const std::string out_path = base + ".out";
     const std::string err_path = base + ".err";
-    std::vector<std::string> argv_s;
-    if (shell_prefix.empty()) {
-        argv_s.push_back(TESSEN_CLI_PATH);
-        argv_s.insert(argv_s.end(), args.begin(), args.end());
-    } else {
-        // e.g. "ulimit -f 64; trap '' XFSZ;" run before tessen in a shell
-        std::string cmd = shell_prefix + " exec '" TESSEN_CLI_PATH "'";
-        for (const std::string& a : args) cmd += " '" + a + "'";
-        argv_s = {"/bin/sh", "-c", cmd};
-    }
+    // Through a shell, so a test can set limits first (e.g. "ulimit -f 64; trap '' XFSZ;").
+    std::vector<std::string> argv_s = {"/bin/sh", "-c", shell_prefix + " exec \"$0\" \"$@\"", TESSEN_CLI_PATH};
+    argv_s.insert(argv_s.end(), args.begin(), args.end());
     std::vector<char*> argv;
     for (std::string& a : argv_s) argv.push_back(a.data());
     argv.push_back(nullptr);

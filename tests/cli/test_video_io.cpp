@@ -141,8 +141,6 @@ TEST(VideoReader, ReadsEightAndTenBitSourcesAtEitherDepth) {
         const auto frames16 = read_all(r16, 16);
         ASSERT_EQ(frames8.size(), 4u);
         ASSERT_EQ(frames16.size(), 4u);
-        EXPECT_EQ(frames8[0].depth, 8);
-        EXPECT_EQ(frames16[0].depth, 16);
         // same pictures; the 16-bit path only keeps more precision
         for (int c = 0; c < 4; ++c) EXPECT_NEAR(mean8(frames16[3], c), mean8(frames8[3], c), 0.6) << c;
     }
@@ -152,7 +150,6 @@ TEST(VideoReader, ReadsEightAndTenBitSourcesAtEitherDepth) {
         HostFrame f16, f8;
         ASSERT_TRUE(r.read(f16, 16));
         ASSERT_TRUE(r.read(f8, 8));
-        EXPECT_EQ(f8.depth, 8);
         uint16_t top = 0;
         for (int y = 0; y < f16.height; ++y)
             for (int x = 0; x < f16.width; ++x) top = std::max(top, f16.row16(y)[4 * x + 1]);
@@ -318,7 +315,6 @@ TEST(VideoWriter, LosslessOutputReadsBackBitExactAtBothDepths) {
             VideoWriter w(path, options(37, 21, depth, {30000, 1001}));
             for (const auto& f : frames) w.write(f);
             w.finish();
-            EXPECT_EQ(w.frames_written(), 3);
         }
         const testing::Probe p = testing::probe(path);
         EXPECT_EQ(p.codec, "ffv1");
@@ -327,7 +323,6 @@ TEST(VideoWriter, LosslessOutputReadsBackBitExactAtBothDepths) {
         VideoReader r(path);
         EXPECT_EQ(r.info().frame_rate, (Rational{30000, 1001}));
         EXPECT_EQ(r.info().color.matrix, AVCOL_SPC_RGB);
-        EXPECT_EQ(r.info().field_order, FieldOrder::Progressive);
         const auto back = read_all(r, depth);
         ASSERT_EQ(back.size(), frames.size());
         for (size_t i = 0; i < frames.size(); ++i) EXPECT_TRUE(back[i].bytes == frames[i].bytes) << depth << " " << i;
@@ -372,8 +367,7 @@ TEST(VideoWriter, LossyAndImageOutputsCarryTheirDescription) {
             EXPECT_TRUE(fs::exists(dir.file("img_00004.png")));
             EXPECT_FALSE(fs::exists(dir.file("img_00005.png")));
             // untagged, so viewers show it as sRGB like the video
-            std::ifstream in(first, std::ios::binary);
-            const std::string bytes((std::istreambuf_iterator<char>(in)), {});
+            const std::string bytes = testing::slurp(first);
             EXPECT_EQ(bytes.find("gAMA"), std::string::npos);
             EXPECT_EQ(bytes.find("cHRM"), std::string::npos);
         } else {
