@@ -277,6 +277,9 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
     const A_long sourceKind = params[kParamSourceVideo]->u.pd.value;
     if (LookupConversion(sourceKind, RateColumn(settings.compRate)).unsupported) {
         DrawMessagePicture(in_data, output, kPictureConversion, pictures);
+        // The layer is the right size here, so the picture keeps its alpha
+        // like every other output (a layer whose size is wrong has none to give).
+        CopyAlpha(*input, *output, PF_LRect{0, 0, maxW, maxH});
         out_data->out_flags |= PF_OutFlag_DISPLAY_ERROR_MESSAGE;
         return;
     }
