@@ -42,8 +42,10 @@ struct MseSum {
     }
 };
 
-void write_video(const std::string& path, const std::vector<HostFrame>& frames, Rational rate) {
+void write_video(const std::string& path, const std::vector<HostFrame>& frames, Rational rate,
+                 FieldOrder fields = FieldOrder::Progressive) {
     WriterOptions wo;
+    wo.field_order = fields;
     wo.width = kWidth;
     wo.height = kHeight;
     wo.frame_rate = rate;
@@ -198,7 +200,7 @@ int run_demo(const Options& o) {
     const std::string source_clip = dir + "/demo_interlaced.mkv";
     const std::string png = dir + "/demo_side_by_side.png";
     try {
-        write_video(source_clip, input, Rational{30000, 1001});
+        write_video(source_clip, input, Rational{30000, 1001}, FieldOrder::LowerFirst);
         const int n = ntsc_field_at_23976(kSideBySideOutput);
         write_png(png,
                   side_by_side(interlaced[static_cast<size_t>(n / 2)],

@@ -141,6 +141,9 @@ struct WriterOptions {
     // and every output is tagged with matrix, range, primaries and transfer.
     ColorInfo color;
     Rational sample_aspect{1, 1};
+    // What the file says about its fields: converted output is progressive;
+    // the demo's interlaced source says which field comes first.
+    FieldOrder field_order = FieldOrder::Progressive;
     bool overwrite = false;     // replace an existing output (-y)
     int h264_crf = 16;
     // When not empty, the audio streams of this file are copied over

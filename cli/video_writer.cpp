@@ -142,7 +142,12 @@ struct VideoWriter::Impl {
         enc->time_base = AVRational{opt.frame_rate.den, opt.frame_rate.num};
         enc->framerate = AVRational{opt.frame_rate.num, opt.frame_rate.den};
         enc->sample_aspect_ratio = AVRational{opt.sample_aspect.num, opt.sample_aspect.den};
-        enc->field_order = AV_FIELD_PROGRESSIVE;
+        switch (opt.field_order) {
+            case FieldOrder::Progressive: enc->field_order = AV_FIELD_PROGRESSIVE; break;
+            case FieldOrder::UpperFirst: enc->field_order = AV_FIELD_TT; break;
+            case FieldOrder::LowerFirst: enc->field_order = AV_FIELD_BB; break;
+            case FieldOrder::Unknown: enc->field_order = AV_FIELD_UNKNOWN; break;
+        }
         enc->thread_count = 0;
 
         // Colour: RGB outputs keep primaries and transfer; YUV outputs use
