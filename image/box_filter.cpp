@@ -4,6 +4,7 @@
 #include <xmmintrin.h>
 
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 
 #include "dae/host_memory.h"
@@ -83,60 +84,57 @@ inline float reciprocal_of_window(A_long r)
     return 1.0f / static_cast<float>(2 * static_cast<std::int64_t>(r) + 1);
 }
 
+// The running mean of one line of n pixels, `stride` floats apart, into a
+// line `out_stride` floats apart: the horizontal pass walks a row, the
+// per-column vertical pass a column. Only the horizontal pass keeps the
+// source alpha.
+template <typename Ops, bool kKeepAlpha>
+void running_mean(const float* p, std::ptrdiff_t stride, float* d, std::ptrdiff_t out_stride, A_long n, A_long r,
+                  typename Ops::V inv, typename Ops::V fr)
+{
+    using V = typename Ops::V;
+    V sum = Ops::mul(fr, Ops::load(p));
+    for (A_long i = 0; i <= r; ++i) {
+        sum = Ops::add(sum, Ops::load(p + stride * clamp_index(i, n)));
+    }
+    for (A_long x = 0; x < n; ++x) {
+        const V mean = Ops::abs(Ops::mul(sum, inv));
+        Ops::store(d + out_stride * x, kKeepAlpha ? Ops::alpha_from(mean, Ops::load(p + stride * x)) : mean);
+        const A_long enter = clamp_index(static_cast<std::int64_t>(x) + r + 1, n);
+        const A_long leave = clamp_index(static_cast<std::int64_t>(x) - r, n);
+        Ops::prefetch(p + stride * clamp_index(static_cast<std::int64_t>(enter) + 1, n));
+        sum = Ops::sub(Ops::add(sum, Ops::load(p + stride * enter)), Ops::load(p + stride * leave));
+    }
+}
+
 template <typename Ops>
 void horizontal(const CVFloatWorld& src, CVFloatWorld& dst, A_long r)
 {
-    using V = typename Ops::V;
-    const A_long w = src.width();
-    const A_long h = src.height();
-    if (w <= 0) {
+    if (src.width() <= 0) {
         return;
     }
     r = r < 0 ? 0 : r;
-    const V inv = Ops::splat(reciprocal_of_window(r));
-    const V fr = Ops::splat(static_cast<float>(r));
-    for (A_long y = 0; y < h; ++y) {
-        const float* p = src.data_row_ptr(y);
-        float* d = dst.data_row_ptr(y);
-        V sum = Ops::mul(fr, Ops::load(p));
-        for (A_long i = 0; i <= r; ++i) {
-            sum = Ops::add(sum, Ops::load(p + 4 * clamp_index(i, w)));
-        }
-        for (A_long x = 0; x < w; ++x) {
-            const V mean = Ops::abs(Ops::mul(sum, inv));
-            Ops::store(d + 4 * x, Ops::alpha_from(mean, Ops::load(p + 4 * x)));
-            const A_long enter = clamp_index(static_cast<std::int64_t>(x) + r + 1, w);
-            const A_long leave = clamp_index(static_cast<std::int64_t>(x) - r, w);
-            sum = Ops::sub(Ops::add(sum, Ops::load(p + 4 * enter)), Ops::load(p + 4 * leave));
-        }
+    const auto inv = Ops::splat(reciprocal_of_window(r));
+    const auto fr = Ops::splat(static_cast<float>(r));
+    for (A_long y = 0; y < src.height(); ++y) {
+        running_mean<Ops, true>(src.data_row_ptr(y), 4, dst.data_row_ptr(y), 4, src.width(), r, inv, fr);
     }
 }
 
 template <typename Ops>
 void vertical_columns(const CVFloatWorld& src, CVFloatWorld& dst, A_long r)
 {
-    using V = typename Ops::V;
-    const A_long w = dst.width();
-    const A_long h = dst.height();
-    if (h <= 0) {
+    if (dst.height() <= 0) {
         return;
     }
     r = r < 0 ? 0 : r;
-    const V inv = Ops::splat(reciprocal_of_window(r));
-    const V fr = Ops::splat(static_cast<float>(r));
-    for (A_long x = 0; x < w; ++x) {
-        V sum = Ops::mul(fr, Ops::load(src.data_at_point(x, 0)));
-        for (A_long i = 0; i <= r; ++i) {
-            sum = Ops::add(sum, Ops::load(src.data_at_point(x, clamp_index(i, h))));
-        }
-        for (A_long y = 0; y < h; ++y) {
-            Ops::store(dst.data_at_point(x, y), Ops::abs(Ops::mul(sum, inv)));
-            const A_long enter = clamp_index(static_cast<std::int64_t>(y) + r + 1, h);
-            const A_long leave = clamp_index(static_cast<std::int64_t>(y) - r, h);
-            Ops::prefetch(src.data_at_point(x, clamp_index(static_cast<std::int64_t>(enter) + 1, h)));
-            sum = Ops::sub(Ops::add(sum, Ops::load(src.data_at_point(x, enter))),
-                           Ops::load(src.data_at_point(x, leave)));
-        }
+    const auto inv = Ops::splat(reciprocal_of_window(r));
+    const auto fr = Ops::splat(static_cast<float>(r));
+    const std::ptrdiff_t in_stride = src.rowbytes() / sizeof(float);
+    const std::ptrdiff_t out_stride = dst.rowbytes() / sizeof(float);
+    for (A_long x = 0; x < dst.width(); ++x) {
+        running_mean<Ops, false>(src.data_at_point(x, 0), in_stride, dst.data_at_point(x, 0), out_stride,
+                                 dst.height(), r, inv, fr);
     }
 }
 
