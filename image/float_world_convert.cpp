@@ -50,6 +50,28 @@ inline bool aligned16(const void* p)
     return (reinterpret_cast<std::uintptr_t>(p) & 15u) == 0;
 }
 
+// The regular integer-to-float path: pixel pairs, then a single last pixel
+// for an odd width, over the image's own size.
+template <typename T>
+void widen_by_pixel_pairs(CVFloatWorld& image, const T* src, A_u_long rowbytes, float scale)
+{
+    for (A_long y = 0; y < image.height(); ++y) {
+        const T* s = row_at(src, y, rowbytes);
+        float* d = image.data_row_ptr(y);
+        A_long x = 0;
+        for (; x + 1 < image.width(); x += 2) {
+            for (int c = 0; c < 8; ++c) {
+                d[4 * x + c] = static_cast<float>(s[4 * x + c]) * scale;
+            }
+        }
+        if (x < image.width()) {
+            for (int c = 0; c < 4; ++c) {
+                d[4 * x + c] = static_cast<float>(s[4 * x + c]) * scale;
+            }
+        }
+    }
+}
+
 }  // namespace
 
 // ---- 8-bit to float
@@ -65,21 +87,7 @@ void CVFloatWorld::copy_from_8bit_integer_world(A_long w, A_long h, A_u_long row
 
 void CVFloatWorld::copy_from_8bit_integer_world_regular(A_long, A_long, A_u_long rowbytes, const A_u_char* src)
 {
-    for (A_long y = 0; y < height_; ++y) {
-        const A_u_char* s = row_at(src, y, rowbytes);
-        float* d = data_row_ptr(y);
-        A_long x = 0;
-        for (; x + 1 < width_; x += 2) {
-            for (int c = 0; c < 8; ++c) {
-                d[4 * x + c] = static_cast<float>(s[4 * x + c]) * kFrom8;
-            }
-        }
-        if (x < width_) {
-            for (int c = 0; c < 4; ++c) {
-                d[4 * x + c] = static_cast<float>(s[4 * x + c]) * kFrom8;
-            }
-        }
-    }
+    widen_by_pixel_pairs(*this, src, rowbytes, kFrom8);
 }
 
 void CVFloatWorld::copy_from_8bit_integer_world_simd(A_long, A_long, A_u_long rowbytes, const A_u_char* src)
@@ -122,21 +130,7 @@ void CVFloatWorld::copy_from_16bit_integer_world(A_long w, A_long h, A_u_long ro
 
 void CVFloatWorld::copy_from_16bit_integer_world_regular(A_long, A_long, A_u_long rowbytes, const A_u_short* src)
 {
-    for (A_long y = 0; y < height_; ++y) {
-        const A_u_short* s = row_at(src, y, rowbytes);
-        float* d = data_row_ptr(y);
-        A_long x = 0;
-        for (; x + 1 < width_; x += 2) {
-            for (int c = 0; c < 8; ++c) {
-                d[4 * x + c] = static_cast<float>(s[4 * x + c]) * kFrom16;
-            }
-        }
-        if (x < width_) {
-            for (int c = 0; c < 4; ++c) {
-                d[4 * x + c] = static_cast<float>(s[4 * x + c]) * kFrom16;
-            }
-        }
-    }
+    widen_by_pixel_pairs(*this, src, rowbytes, kFrom16);
 }
 
 void CVFloatWorld::copy_from_16bit_integer_world_simd(A_long, A_long, A_u_long rowbytes, const A_u_short* src)
