@@ -463,30 +463,23 @@ PF_Err EffectInstance::press(PF_ParamIndex index, PF_Point where, PF_Modifiers m
     return err;
 }
 
-PF_Err EffectInstance::drag(PF_Point where) {
+PF_Err EffectInstance::drag(PF_Point where) { return drag_event(where, false); }
+
+PF_Err EffectInstance::release(PF_Point where) { return drag_event(where, true); }
+
+// One drag event of the current press; the last one ends the press whatever
+// the effect asks for.
+PF_Err EffectInstance::drag_event(PF_Point where, bool last) {
     if (!dragging_) return PF_Err_NONE;  // no drags were asked for: the host sends none
     PF_EventExtra e = effect_event(ui_->context(), PF_Event_DRAG, press_.effect_win.index, frame_);
     e.u.do_click = press_.u.do_click;
     e.u.do_click.when = ++ticks_;
     e.u.do_click.screen_point = where;
-    e.u.do_click.last_time = 0;
+    e.u.do_click.last_time = last ? 1 : 0;
     ui_->set_mouse(where);
     const PF_Err err = send_event(e);
     press_.u.do_click = e.u.do_click;
-    dragging_ = e.u.do_click.send_drag != 0;
-    return err;
-}
-
-PF_Err EffectInstance::release(PF_Point where) {
-    if (!dragging_) return PF_Err_NONE;
-    PF_EventExtra e = effect_event(ui_->context(), PF_Event_DRAG, press_.effect_win.index, frame_);
-    e.u.do_click = press_.u.do_click;
-    e.u.do_click.when = ++ticks_;
-    e.u.do_click.screen_point = where;
-    e.u.do_click.last_time = 1;
-    ui_->set_mouse(where);
-    const PF_Err err = send_event(e);
-    dragging_ = false;
+    dragging_ = !last && e.u.do_click.send_drag != 0;
     return err;
 }
 

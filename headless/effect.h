@@ -178,6 +178,7 @@ private:
     PF_Err checkin(PF_ParamDef* param);
     PF_ParamDef& typed(PF_ParamIndex i, PF_ParamType type, const char* what);
     PF_Err send_event(PF_EventExtra& e);
+    PF_Err drag_event(PF_Point where, bool last);
 
     PF_FilterProc entry_;
     std::unique_ptr<Host> owned_host_;
