@@ -93,7 +93,8 @@ inline Evidence Evaluate(A_long spread, A_long width, const float* same, const f
 // starts with 7 copies of the first sample plus samples 0..min(7, n - 2);
 // the leaving index stays on 0 until the position reaches 7 and the
 // entering index stops at the last sample, so both ends repeat the edge
-// sample.
+// sample. The entering sample is added before the leaving one is taken
+// away; in float the other grouping rounds differently.
 struct BoxWalk {
     A_long n;
     A_long firstEnd;
@@ -111,7 +112,7 @@ void BoxRow(const float* src, float* dst, A_long n)
     A_long leave = 0;
     for (A_long x = 0; x < n; ++x) {
         dst[x] = sum * kBoxInv;
-        sum += src[enter] - src[leave];
+        sum = (sum + src[enter]) - src[leave];
         if (enter < n - 1) ++enter;
         if (x >= kSmoothRadius) ++leave;
     }
@@ -138,7 +139,7 @@ void BoxColumns(const CVSingleFloatWorld& src, CVSingleFloatWorld& dst, float* s
         const float* out_of = src.row_ptr(leave);
         for (A_long x = 0; x < w; ++x) {
             out[x] = sums[x] * kBoxInv;
-            sums[x] += in[x] - out_of[x];
+            sums[x] = (sums[x] + in[x]) - out_of[x];
         }
         if (enter < n - 1) ++enter;
         if (y >= kSmoothRadius) ++leave;

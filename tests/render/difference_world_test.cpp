@@ -122,6 +122,47 @@ TEST_F(DifferenceTest, SmoothingIsA15By15MeanWithRepeatedEdges)
     EXPECT_NEAR(At(15, 1), 1.0f / 15.0f, 1e-6f);
 }
 
+// The running sum takes the entering sample first, then drops the leaving
+// one: (S + in) - out. On random values the other grouping, S + (in - out),
+// rounds differently somewhere, so the reference is run both ways and the
+// map must match the first bit for bit and differ from the second.
+TEST_F(DifferenceTest, SmoothingAddsTheEnteringSampleBeforeDroppingTheLeavingOne)
+{
+    const long W = 37, H = 29;
+    Make(W, H);
+    std::uniform_real_distribution<float> value(0.0f, 1.0f);
+    std::vector<float> in(W * H);
+    for (long y = 0; y < H; ++y)
+        for (long x = 0; x < W; ++x) map_->row_ptr(y)[x] = in[y * W + x] = value(rng_);
+    map_->Smooth();
+
+    auto reference = [&](bool enterFirst) {
+        // One line of n samples at the given stride, radius 7.
+        auto line = [&](const float* src, float* dst, long n, long stride) {
+            const long firstEnd = std::min<long>(7, n - 2);
+            float sum = src[0] * 7.0f;
+            for (long i = 0; i <= firstEnd; ++i) sum += src[i * stride];
+            long enter = firstEnd + 1, leave = 0;
+            for (long i = 0; i < n; ++i) {
+                dst[i * stride] = sum * (1.0f / 15.0f);
+                const float a = src[enter * stride], b = src[leave * stride];
+                sum = enterFirst ? (sum + a) - b : sum + (a - b);
+                if (enter < n - 1) ++enter;
+                if (i >= 7) ++leave;
+            }
+        };
+        std::vector<float> rows(W * H), out(W * H);
+        for (long y = 0; y < H; ++y) line(&in[y * W], &rows[y * W], W, 1);
+        for (long x = 0; x < W; ++x) line(&rows[x], &out[x], H, W);
+        return out;
+    };
+    std::vector<float> got;
+    for (long y = 0; y < H; ++y)
+        for (long x = 0; x < W; ++x) got.push_back(At(x, y));
+    EXPECT_TRUE(SameBits(got, reference(true)));
+    EXPECT_FALSE(SameBits(reference(true), reference(false)));
+}
+
 TEST_F(DifferenceTest, MotionCurve)
 {
     Make(4, 1);
