@@ -23,7 +23,6 @@ std::atomic<Host*> g_current{nullptr};
 // reported when the handle is disposed or resized, or by leak_report().
 constexpr size_t kTailGuard = 16;
 constexpr unsigned char kTailByte = 0xFD;
-constexpr unsigned char kFreshByte = 0xCD;  // new handle contents are not zeroed by the host
 constexpr unsigned char kDeadByte = 0xDD;
 
 std::string suite_label(const std::string& name, int32 version) {
@@ -198,7 +197,7 @@ struct Host::Impl {
         rec->data = rec->block + h->handle_misalign_;
         rec->size = n;
         rec->serial = h->allocation_requests_;
-        std::memset(rec->data, kFreshByte, n);
+        if (h->fresh_byte_ >= 0) std::memset(rec->data, h->fresh_byte_, n);
         std::memset(rec->data + n, kTailByte, kTailGuard);
         PF_Handle handle = reinterpret_cast<PF_Handle>(&rec->data);
         h->handles_[handle] = std::move(rec);
@@ -279,7 +278,7 @@ struct Host::Impl {
         char* block = static_cast<char*>(std::malloc(n + kTailGuard + 16));
         if (!block) return PF_Err_OUT_OF_MEMORY;
         char* data = block + h->handle_misalign_;
-        std::memset(data, kFreshByte, n);
+        if (h->fresh_byte_ >= 0) std::memset(data, h->fresh_byte_, n);
         std::memcpy(data, r->data, std::min(n, r->size));
         std::memset(data + n, kTailByte, kTailGuard);
         std::memset(r->data, kDeadByte, r->size);

@@ -98,6 +98,11 @@ public:
     // Handle data starts this many bytes (0 or 8) past a 16-byte boundary, so
     // code that assumes host memory is 16-byte aligned shows itself.
     void set_handle_misalignment(size_t bytes) { handle_misalign_ = bytes; }
+    // New handle memory is filled with this byte (0xCD unless set), so code
+    // that reads memory it never wrote shows itself; -1 leaves it as the
+    // system allocator gives it, which is what a real host does and costs
+    // nothing.
+    void set_fresh_byte(int byte) { fresh_byte_ = byte; }
 
     // ---- SPBasicSuite blocks
     size_t live_blocks() const;
@@ -173,6 +178,7 @@ private:
     size_t fail_at_ = 0;    // absolute request number that fails, 0 = none
     size_t fail_from_ = 0;  // absolute request number from which all fail, 0 = none
     size_t handle_misalign_ = 0;
+    int fresh_byte_ = 0xCD;
 
     std::map<void*, size_t> blocks_;
     std::map<PF_PixelPtr, std::unique_ptr<World>> worlds_;  // from new_world

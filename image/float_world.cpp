@@ -19,6 +19,21 @@ namespace {
 const A_u_long kStaggerCount = 9;
 const int kStaggerShift = 12;
 
+// Rows are padded to whole groups of four pixels and some operations read
+// the padding (the pattern windows reach into the previous row's tail, the
+// pair-wise conversions take the pixel after an odd last one). Host memory
+// comes back with whatever it held, so the padding is cleared once here and
+// no output can depend on stale memory.
+void clear_row_padding(char* data, A_long width, A_long height, A_u_long rowbytes)
+{
+    const A_u_long used = static_cast<A_u_long>(width) * CVFloatWorld::kBytesPerPixel;
+    if (width < 0 || used >= rowbytes) return;
+    for (A_long y = 0; y < height; ++y) {
+        std::memset(data + static_cast<std::ptrdiff_t>(y) * static_cast<std::ptrdiff_t>(rowbytes) + used, 0,
+                    rowbytes - used);
+    }
+}
+
 inline float* byte_offset(float* p, A_u_long bytes)
 {
     return reinterpret_cast<float*>(reinterpret_cast<char*>(p) + bytes);
@@ -89,6 +104,9 @@ void CVFloatWorld::setup()
     // A failed allocation leaves data at the bare offset unless the stagger
     // was 0; setdown recognises both by the block address.
     data_ = reinterpret_cast<float*>(reinterpret_cast<std::uintptr_t>(block) + start_offset);
+    if (block != nullptr) {
+        clear_row_padding(reinterpret_cast<char*>(data_), width_, height_, rowbytes_);
+    }
     ++world_number_;
     if (world_number_ >= kStaggerCount) {
         world_number_ = 0;

@@ -1,6 +1,7 @@
 #include "image/single_float_world.h"
 
 #include <cstddef>
+#include <cstring>
 
 #include "dae/host_memory.h"
 #include "image/float_world.h"
@@ -11,6 +12,11 @@ CVSingleFloatWorld::CVSingleFloatWorld(A_long w, A_long h)
       rowbytes((static_cast<A_u_long>(w) * 4u + 15u) & ~A_u_long(15)),
       data(static_cast<float*>(DAE::AllocateHandleMemory(static_cast<A_u_long>(h) * rowbytes)))
 {
+    // Row padding is cleared so that nothing read past a row's last value
+    // depends on what host memory held before.
+    const A_u_long used = static_cast<A_u_long>(w) * 4u;
+    if (data == nullptr || w < 0 || used >= rowbytes) return;
+    for (A_long y = 0; y < h; ++y) std::memset(reinterpret_cast<char*>(row_ptr(y)) + used, 0, rowbytes - used);
 }
 
 CVSingleFloatWorld::~CVSingleFloatWorld()
