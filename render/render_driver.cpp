@@ -95,34 +95,28 @@ void CopyAlpha(const PF_LayerDef& input, PF_LayerDef& output, const PF_LRect& r)
 
 void WriteOutput(const CVFloatWorld& image, const PF_LayerDef& input, PF_LayerDef& output, const PF_LRect& r)
 {
-    // 16-bit rows are written in pixel pairs, so an odd width also writes
-    // the pixel just right of the extent; that column is put back after.
+    // 16-bit rows are written in pixel pairs, so an odd width also writes the
+    // pixel just right of the extent, from the image's row padding. Inside
+    // the layer that is intended. At the layer's right edge the row has no
+    // room for it: there the last column is converted on its own, through
+    // the same conversion, and only its first pixel is kept.
     const A_long rows = r.bottom - r.top;
-    if (!IsDeep(output) || ((r.right - r.left) & 1) == 0 || r.right >= output.width || rows <= 0) {
+    const A_long w = r.right - r.left;
+    if (!IsDeep(output) || (w & 1) == 0 || r.right < output.width || rows <= 0) {
         image.copy_to_PF_World(output, &r);
     } else {
-        auto beside = [&](A_long i) {
-            return reinterpret_cast<PF_Pixel16*>(reinterpret_cast<char*>(output.data) +
-                                                 static_cast<std::ptrdiff_t>(r.top + i) * output.rowbytes) +
-                   r.right;
-        };
-        CVSingleFloatWorld kept(4 * rows, 1);
-        RequireImage(kept);
-        float* k = kept.row_ptr(0);
+        PF_LRect most = r;
+        most.right -= 1;
+        if (w > 1) image.copy_to_PF_World(output, &most);
+        CVFloatWorld column(1, rows);
+        RequireImage(column);
+        CVSingleFloatWorld pairs(4, rows);  // two 16-bit pixels per row
+        RequireImage(pairs);
+        for (A_long i = 0; i < rows; ++i) std::memcpy(column.data_row_ptr(i), image.data_at_point(w - 1, i), 16);
+        column.copy_to_16bit_integer_world(1, rows, pairs.rowbytes, reinterpret_cast<A_u_short*>(pairs.data));
         for (A_long i = 0; i < rows; ++i) {
-            const PF_Pixel16* p = beside(i);
-            k[4 * i + 0] = p->alpha;
-            k[4 * i + 1] = p->red;
-            k[4 * i + 2] = p->green;
-            k[4 * i + 3] = p->blue;
-        }
-        image.copy_to_PF_World(output, &r);
-        for (A_long i = 0; i < rows; ++i) {
-            PF_Pixel16* p = beside(i);
-            p->alpha = static_cast<A_u_short>(k[4 * i + 0]);
-            p->red = static_cast<A_u_short>(k[4 * i + 1]);
-            p->green = static_cast<A_u_short>(k[4 * i + 2]);
-            p->blue = static_cast<A_u_short>(k[4 * i + 3]);
+            char* row = reinterpret_cast<char*>(output.data) + static_cast<std::ptrdiff_t>(r.top + i) * output.rowbytes;
+            std::memcpy(row + static_cast<std::ptrdiff_t>(r.right - 1) * 8, pairs.row_ptr(i), 8);
         }
     }
     CopyAlpha(input, output, r);

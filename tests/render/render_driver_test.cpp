@@ -3,6 +3,7 @@
 #include "render/render_driver.h"
 
 #include "headless/effect.h"
+#include "image/cpu_features.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -143,12 +145,13 @@ protected:
 // A still clip comes back unchanged in Field 0's lines, all but its last
 // one, which the merge walks. An extent starting on an odd line flips the
 // field order with it; one of odd width is the risk for 16-bit rows, which
-// are written in pixel pairs. Nothing outside the extent is written.
+// are written in pixel pairs (at the layer's right edge the row has no room
+// for the pixel after). Nothing else outside the extent is written.
 TEST_F(RenderDriverTest, StillClipComesBackInTheMergedLinesOfTheExtent)
 {
     for (bool deep : {false, true})
         for (A_long order : {1, 2})
-            for (const PF_Rect e : {PF_Rect{0, 0, 64, 24}, PF_Rect{8, 3, 47, 21}}) {
+            for (const PF_Rect e : {PF_Rect{0, 0, 64, 24}, PF_Rect{8, 3, 47, 21}, PF_Rect{1, 0, 64, 24}}) {
                 SCOPED_TRACE(testing::Message() << "deep " << deep << " order " << order << " top " << e.top);
                 Start(MakeClip(64, 24, StillPicture, deep), 29.97, 1, order);
                 fx_->set_extent_hint(e);
@@ -168,6 +171,61 @@ TEST_F(RenderDriverTest, StillClipComesBackInTheMergedLinesOfTheExtent)
                         for (int c = 0; c < 4; ++c) ASSERT_EQ(Raw(Out(), x, r, c), Raw(In(), x, r, c)) << x << "," << r;
                 }
             }
+}
+
+// 16-bit rows go out in pixel pairs: an odd extent width inside the layer
+// also writes the pixel just after it, from the image's row padding. The
+// "Source" view fills its base with opaque black, padding included, so that
+// column comes back opaque black (the conversion's own 1.0) while every
+// other pixel outside the extent stays untouched.
+TEST_F(RenderDriverTest, OddDeepExtentAlsoWritesThePixelAfterIt)
+{
+    Start(MakeClip(64, 24, StillPicture, true));
+    fx_->set_popup(kParamShow, kShowSource);
+    const PF_Rect e{8, 3, 47, 21};
+    fx_->set_extent_hint(e);
+    ASSERT_EQ(RenderFrame(1), PF_Err_NONE);
+    const A_long opaque = cpu_has_simd() ? 32767 : 32768;
+    for (A_long y = 0; y < 24; ++y)
+        for (A_long x = 0; x < 64; ++x) {
+            if (x >= e.left && x < e.right && y >= e.top && y < e.bottom) continue;
+            const bool after = x == e.right && y >= e.top && y < e.bottom;
+            ASSERT_EQ(Raw(Out(), x, y, 0), after ? opaque : 0) << x << "," << y;
+            for (int c = 1; c < 4; ++c) ASSERT_EQ(Raw(Out(), x, y, c), 0) << x << "," << y;
+        }
+}
+
+// Stripes that move from frame to frame, so the merge searches along edges
+// right from column 0.
+PF_Pixel MovingStripes(A_long frame, A_long x, A_long y)
+{
+    const A_u_char v = static_cast<A_u_char>(((x * 5 + y * 3 + frame * 9) % 23) * 11);
+    return PF_Pixel{AlphaAt(x, y), v, static_cast<A_u_char>(v / 2), static_cast<A_u_char>(255 - v)};
+}
+
+// The pattern windows reach left of column 0 into the previous row's tail,
+// padding included, and the pair-wise conversions read the padding pixel
+// after an odd last one. None of it may depend on what host memory held
+// before: a width that leaves row padding renders the same whatever fresh
+// host memory is filled with.
+TEST_F(RenderDriverTest, OutputNeverDependsOnFreshHostMemory)
+{
+    for (bool deep : {false, true}) {
+        std::vector<std::vector<A_u_char>> outputs;
+        for (int fresh : {0x00, 0xCD, 0xFF, 0x7F}) {
+            host_.set_fresh_byte(fresh);
+            Start(MakeClip(45, 16, MovingStripes, deep));
+            ASSERT_EQ(RenderFrame(1), PF_Err_NONE);
+            std::vector<A_u_char> bytes;
+            for (A_long y = 0; y < Out().height(); ++y) {
+                const A_u_char* row = reinterpret_cast<const A_u_char*>(Out().pixel8(0, y));
+                bytes.insert(bytes.end(), row, row + Out().width() * (deep ? 8 : 4));
+            }
+            outputs.push_back(bytes);
+        }
+        for (size_t i = 1; i < outputs.size(); ++i) EXPECT_TRUE(outputs[i] == outputs[0]) << "deep " << deep << " fill " << i;
+    }
+    host_.set_fresh_byte(0xCD);
 }
 
 TEST_F(RenderDriverTest, NtscTo23976FollowsThePulldownCadence)
