@@ -1,8 +1,11 @@
 #include "render/difference_world.h"
 
 #include "render/image_memory.h"
+#include "render/power.h"
 
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 
 namespace {
 
@@ -232,6 +235,35 @@ void CVDifferenceWorld::Smooth()
     BoxColumns(temp, *this, sums.row_ptr(0));
 }
 
+namespace {
+
+float FloatFromBits(std::uint32_t bits)
+{
+    float f;
+    std::memcpy(&f, &bits, sizeof f);
+    return f;
+}
+
+// The largest non-negative float v with PowerOf(v, e) <= limit (strict:
+// < limit) and the smallest with PowerOf(v, e) >= limit, found by bisection
+// on the bit patterns: PowerOf is monotonic in its base, so every value on
+// the far side of these bounds maps to the same clipped end of the curve.
+float LastAtOrBelow(float limit, float e, bool strict)
+{
+    std::uint32_t lo = 0, hi = 0x7f800000u;  // PowerOf(0) = 0 is below; infinity is not
+    while (hi - lo > 1) {
+        const std::uint32_t mid = lo + (hi - lo) / 2;
+        const float p = PowerOf(FloatFromBits(mid), e);
+        if (strict ? p < limit : p <= limit)
+            lo = mid;
+        else
+            hi = mid;
+    }
+    return FloatFromBits(lo);
+}
+
+}  // namespace
+
 void CVDifferenceWorld::ApplyMotionCurve()
 {
     const float a = motionAdjust_;
@@ -242,18 +274,29 @@ void CVDifferenceWorld::ApplyMotionCurve()
         const float u = a * 0.01f;
         e = 0.1f * u + (1.0f - u);
     }
+    // Most values land on one of the two clipped ends; the power is only
+    // worked out for the ones that may fall between.
+    const float zeroUpTo = LastAtOrBelow(kCurveLow, e, false);
+    const float oneFrom = std::nextafter(LastAtOrBelow(kCurveHigh, e, true), 2.0f);
     const A_long w = width;
     const A_long h = height;
     for (A_long y = 0; y < h; ++y) {
         float* row = row_ptr(y);
         for (A_long x = 0; x < w; ++x) {
-            const float v = powf(std::fabs(row[x]), e);
-            if (v <= kCurveLow)
+            const float m = std::fabs(row[x]);
+            if (m <= zeroUpTo) {
                 row[x] = 0.0f;
-            else if (v >= kCurveHigh)
+            } else if (m >= oneFrom) {
                 row[x] = 1.0f;
-            else
-                row[x] = (v - kCurveLow) / (kCurveHigh - kCurveLow);
+            } else {
+                const float v = PowerOf(m, e);
+                if (v <= kCurveLow)
+                    row[x] = 0.0f;
+                else if (v >= kCurveHigh)
+                    row[x] = 1.0f;
+                else
+                    row[x] = (v - kCurveLow) / (kCurveHigh - kCurveLow);
+            }
         }
     }
 }

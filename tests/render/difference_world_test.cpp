@@ -1,4 +1,5 @@
 #include "render/difference_world.h"
+#include "render/power.h"
 #include "render/render_settings.h"
 
 #include "test_support.h"
@@ -182,6 +183,33 @@ TEST_F(DifferenceTest, MotionCurve)
         FillAll(*map_, c.v);
         map_->ApplyMotionCurve();
         EXPECT_NEAR(At(2, 0), c.expect, 2e-6f) << c.adjust << " " << c.v;
+    }
+}
+
+// The curve clips most values without working out the power; the values
+// right around where the power crosses 30/255 and 135/255 must come out as
+// the power itself says, for several slider settings.
+TEST_F(DifferenceTest, MotionCurveClipsExactlyWhereThePowerCrosses)
+{
+    const float lo = 0.11764706f, hi = 0.5294118f;
+    for (float adjust : {-100.0f, -37.0f, 0.0f, 20.0f, 63.0f, 100.0f}) {
+        const float e = adjust < 0 ? (4.0f - 1.0f) * (adjust * -0.01f) + 1.0f
+                                   : 0.1f * (adjust * 0.01f) + (1.0f - adjust * 0.01f);
+        std::vector<float> values;
+        for (float limit : {lo, hi}) {
+            float v = static_cast<float>(std::pow(static_cast<double>(limit), 1.0 / e));
+            for (int i = 0; i < 40; ++i) v = std::nextafter(v, 0.0f);
+            for (int i = 0; i < 80; ++i, v = std::nextafter(v, 2.0f)) values.push_back(v);
+        }
+        Make(static_cast<long>(values.size()), 1);
+        map_->SetParameters(kDiffLow, kDiffHigh, kDiffSpread, adjust);
+        for (size_t i = 0; i < values.size(); ++i) map_->row_ptr(0)[i] = values[i];
+        map_->ApplyMotionCurve();
+        for (size_t i = 0; i < values.size(); ++i) {
+            const float w = PowerOf(values[i], e);
+            const float want = w <= lo ? 0.0f : w >= hi ? 1.0f : (w - lo) / (hi - lo);
+            ASSERT_EQ(At(static_cast<long>(i), 0), want) << adjust << " " << values[i];
+        }
     }
 }
 
