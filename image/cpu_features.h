@@ -12,6 +12,11 @@ bool cpu_has_simd();
 namespace cpu_features {
 constexpr A_u_long kSimdMask = 0x68000000u;
 
+// Test seam: 1 or 0 makes cpu_has_simd answer yes or no whatever the
+// processor says (every x86-64 processor runs both variants); -1, the
+// default, asks the processor. Tests use it to check both variants' output.
+void force_simd_answer(int answer);
+
 // Platform seam: runs the identification instruction for a leaf and returns
 // EAX, EBX, ECX, EDX in that order.
 void identify(A_u_long leaf, A_u_long regs[4]);
