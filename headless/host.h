@@ -100,9 +100,15 @@ public:
     void set_handle_misalignment(size_t bytes) { handle_misalign_ = bytes; }
     // New handle memory is filled with this byte (0xCD unless set), so code
     // that reads memory it never wrote shows itself; -1 leaves it as the
-    // system allocator gives it, which is what a real host does and costs
-    // nothing.
+    // system allocator gives it.
     void set_fresh_byte(int byte) { fresh_byte_ = byte; }
+    // Memory as a real host manages it, for tools and benchmarks: new handles
+    // are not filled, disposed ones are not poisoned, and disposed blocks are
+    // kept (up to a bound) for the next request of the same size, so a render
+    // that allocates the same images frame after frame does not go back to
+    // the system each time. Misuse checks (tail guards, double disposal,
+    // leaks) stay on. Off by default: tests want the fills.
+    void set_fast_memory(bool on);
 
     // ---- SPBasicSuite blocks
     size_t live_blocks() const;
@@ -179,6 +185,12 @@ private:
     size_t fail_from_ = 0;  // absolute request number from which all fail, 0 = none
     size_t handle_misalign_ = 0;
     int fresh_byte_ = 0xCD;
+    bool fast_memory_ = false;
+    // Disposed blocks kept for reuse in fast-memory mode, by data size.
+    std::multimap<size_t, char*> spare_blocks_;
+    size_t spare_bytes_ = 0;
+    char* take_block(size_t n);
+    void give_back_block(char* block, size_t n);
 
     std::map<void*, size_t> blocks_;
     std::map<PF_PixelPtr, std::unique_ptr<World>> worlds_;  // from new_world

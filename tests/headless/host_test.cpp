@@ -153,6 +153,31 @@ TEST(HostHandles, MisalignedDataOnRequest) {
     host.handle_suite()->host_dispose_handle(h);
 }
 
+// Fast memory: a disposed block comes back for the next request of its
+// size, unfilled; the guards and the accounting still work.
+TEST(HostHandles, FastMemoryReusesBlocksAndKeepsTheChecks) {
+    Host host;
+    host.set_fast_memory(true);
+    const PF_HandleSuite1* hs = host.handle_suite();
+    PF_Handle a = hs->host_new_handle(4096);
+    char* first = static_cast<char*>(hs->host_lock_handle(a));
+    first[0] = 42;
+    hs->host_dispose_handle(a);
+    PF_Handle b = hs->host_new_handle(4096);
+    char* again = static_cast<char*>(hs->host_lock_handle(b));
+    EXPECT_EQ(again, first);
+    EXPECT_EQ(again[0], 42);  // neither poisoned on disposal nor filled anew
+    PF_Handle c = hs->host_new_handle(100);
+    EXPECT_NE(hs->host_lock_handle(c), first);
+    EXPECT_NE(host.leak_report().find("2 handle(s) not disposed"), std::string::npos) << host.leak_report();
+    again[4096] = 1;
+    hs->host_dispose_handle(b);
+    EXPECT_TRUE(any_problem_contains(host, "written past its end"));
+    hs->host_dispose_handle(c);
+    hs->host_dispose_handle(c);
+    EXPECT_TRUE(any_problem_contains(host, "already disposed"));
+}
+
 TEST(HostAnsi, SprintfIntoReturnMsgIsCutAndFlaggedWhenTooLong) {
     Host host;
     PF_OutData& out = host.out_data();
