@@ -17,7 +17,20 @@ constexpr A_u_long kSimdMask = 0x68000000u;
 // default, asks the processor. Tests use it to check both variants' output.
 void force_simd_answer(int answer);
 
-// Platform seam: runs the identification instruction for a leaf and returns
-// EAX, EBX, ECX, EDX in that order.
+// Platform seam: runs the identification instruction for a leaf (and
+// sub-leaf) and returns EAX, EBX, ECX, EDX in that order.
 void identify(A_u_long leaf, A_u_long regs[4]);
+void identify_sub(A_u_long leaf, A_u_long subleaf, A_u_long regs[4]);
+// The system's enabled register state (XCR0); ask only when the processor
+// reports OSXSAVE.
+unsigned long long enabled_state();
+
+// The widest vectors that both the processor and the system support, for
+// the kernels whose vector builds all give the same result as the scalar
+// one (so the choice changes speed only). Asked once per call of such a
+// kernel; the cpu_has_simd answer is separate and unaffected.
+enum class VectorWidth { k128, k256, k512 };
+VectorWidth widest_vectors();
+// Test seam: caps what widest_vectors answers (-1 lifts the cap).
+void cap_vector_width(int bits);
 }  // namespace cpu_features

@@ -49,16 +49,22 @@ void Search(const Walk& w, long x, long y, long& bestK, float& bestScore) {
     const float* rowB = w.field0Copy.data_row_ptr(y + 1);
     const float* rowMeanB = w.prepared.data_row_ptr(y + 1);
     const unsigned long rowbytes = w.field0Copy.rowbytes();
+    constexpr long kMaxBatch = 64;
+    float batch[kMaxBatch];
+    const bool batched = w.kernels.scoreOffsets != nullptr && last + span + 1 <= kMaxBatch &&
+                         w.kernels.scoreOffsets(w.field0Copy, w.prepared, x, y, w.settings.patternSize,
+                                                w.width, w.rows, -span, last, batch);
     bool found = false;
     bestK = 0;
     bestScore = std::numeric_limits<float>::quiet_NaN();
     for (long k = -span; k <= last; ++k) {
         const float weight = 1.0f - static_cast<float>(std::labs(k)) / static_cast<float>(span);
         // Columns left of 0 address the previous row's tail (flat row layout).
-        const float s = weight * w.kernels.patternScore(w.field0Copy, a, meanA, rowB + (x + k) * 4,
-                                                        rowMeanB + (x + k) * 4,
-                                                        w.settings.patternSize, 2, rowbytes, x,
-                                                        w.width, y, w.rows);
+        const float score = batched ? batch[k + span]
+                                    : w.kernels.patternScore(w.field0Copy, a, meanA, rowB + (x + k) * 4,
+                                                             rowMeanB + (x + k) * 4, w.settings.patternSize, 2,
+                                                             rowbytes, x, w.width, y, w.rows);
+        const float s = weight * score;
         if (s != s) continue;
         if (!found || s >= bestScore) {
             found = true;
@@ -140,8 +146,9 @@ void MergeRow(const Walk& w, long y) {
 }  // namespace
 
 MergeKernels MergeKernelsFor(bool simd) {
-    if (simd) return MergeKernels{PatternScore_simd, FillSegment_simd};
-    return MergeKernels{PatternScore_regular, FillSegment_regular};
+    const ScoreOffsetsFn offsets = ScoreOffsetsForThisProcessor();
+    if (simd) return MergeKernels{PatternScore_simd, FillSegment_simd, offsets};
+    return MergeKernels{PatternScore_regular, FillSegment_regular, offsets};
 }
 
 void Merge(const RenderSettings& settings, const CVFloatWorld& field0,

@@ -14,9 +14,13 @@
 struct MergeKernels {
     PatternScoreFn patternScore;
     FillSegmentFn fillSegment;
+    // Scores every offset of a pixel at once where it can (same results as
+    // patternScore offset by offset); null scores offset by offset always.
+    ScoreOffsetsFn scoreOffsets = nullptr;
 };
 
-// The vector (SSE2) or the scalar builds; both give identical pictures.
+// The vector (SSE2) or the scalar builds; both give identical pictures. The
+// all-offsets scorer is the widest this processor runs, whichever build.
 MergeKernels MergeKernelsFor(bool simd);
 
 // Field rows firstRow .. firstRow + rowCount - 2 are walked (the last row has

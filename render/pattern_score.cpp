@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 
-#if defined(__SSE2__) || defined(_M_X64)
 #include <emmintrin.h>
-#define TESSEN_PATTERN_SSE2 1
-#endif
+#include <immintrin.h>
+
+#include "image/cpu_features.h"
 
 namespace {
 
@@ -82,7 +82,6 @@ done:
     return r[1] + r[2] + r[3];  // alpha (channel 0) takes no part
 }
 
-#if TESSEN_PATTERN_SSE2
 
 float PatternScore_simd(const CVFloatWorld& field0Copy, const float* a, const float* meanA,
                         const float* b, const float* meanB, long halfWidth, long halfHeight,
@@ -113,13 +112,107 @@ done:
     return r[1] + r[2] + r[3];
 }
 
-#else
 
-float PatternScore_simd(const CVFloatWorld& field0Copy, const float* a, const float* meanA,
-                        const float* b, const float* meanB, long halfWidth, long halfHeight,
-                        unsigned long rowbytes, long x, long width, long y, long rows) {
-    return PatternScore_regular(field0Copy, a, meanA, b, meanB, halfWidth, halfHeight, rowbytes,
-                                x, width, y, rows);
+// ---- all offsets at once
+
+namespace {
+
+constexpr long kMaxWindowColumns = 24;  // 2 x the largest pattern size
+constexpr long kMaxWindowRows = 5;
+constexpr long kMaxOffsets = 49;  // 2 x the largest search span + 1
+alignas(16) const float kOnes[4] = {1.0f, 1.0f, 1.0f, 1.0f};
+
+namespace lanes128 {
+using V = __m128;
+constexpr long L = 1;
+inline V Zero() { return _mm_setzero_ps(); }
+inline V Load(const float* p) { return _mm_loadu_ps(p); }
+inline V LoadSome(const float* p, long) { return _mm_loadu_ps(p); }
+inline V Broadcast(const float* p) { return _mm_loadu_ps(p); }
+inline V Add(V a, V b) { return _mm_add_ps(a, b); }
+inline V Sub(V a, V b) { return _mm_sub_ps(a, b); }
+inline V Mul(V a, V b) { return _mm_mul_ps(a, b); }
+inline V Div(V a, V b) { return _mm_div_ps(a, b); }
+inline V Sqrt(V a) { return _mm_sqrt_ps(a); }
+inline void Store(float* p, V v) { _mm_storeu_ps(p, v); }
+#include "render/pattern_offsets_body.inc"
+}  // namespace lanes128
+
+#pragma GCC push_options
+#pragma GCC target("avx2")
+namespace lanes256 {
+using V = __m256;
+constexpr long L = 2;
+inline V Zero() { return _mm256_setzero_ps(); }
+inline V Load(const float* p) { return _mm256_loadu_ps(p); }
+inline V LoadSome(const float* p, long n)
+{
+    // n is 1 here (a group of two holds one or two offsets).
+    return n >= 2 ? _mm256_loadu_ps(p) : _mm256_maskload_ps(p, _mm256_setr_epi32(-1, -1, -1, -1, 0, 0, 0, 0));
+}
+inline V Broadcast(const float* p) { const __m128 v = _mm_loadu_ps(p); return _mm256_set_m128(v, v); }
+inline V Add(V a, V b) { return _mm256_add_ps(a, b); }
+inline V Sub(V a, V b) { return _mm256_sub_ps(a, b); }
+inline V Mul(V a, V b) { return _mm256_mul_ps(a, b); }
+inline V Div(V a, V b) { return _mm256_div_ps(a, b); }
+inline V Sqrt(V a) { return _mm256_sqrt_ps(a); }
+inline void Store(float* p, V v) { _mm256_storeu_ps(p, v); }
+#include "render/pattern_offsets_body.inc"
+}  // namespace lanes256
+#pragma GCC pop_options
+
+#pragma GCC push_options
+#pragma GCC target("avx512f")
+// The compiler's own 512-bit header starts some results from a deliberately
+// undefined register, which its flow analysis then flags.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+namespace lanes512 {
+using V = __m512;
+constexpr long L = 4;
+inline V Zero() { return _mm512_setzero_ps(); }
+inline V Load(const float* p) { return _mm512_loadu_ps(p); }
+inline V LoadSome(const float* p, long n)
+{
+    return _mm512_maskz_loadu_ps(static_cast<__mmask16>((1u << (4 * n)) - 1u), p);
+}
+inline V Broadcast(const float* p) { return _mm512_broadcast_f32x4(_mm_loadu_ps(p)); }
+inline V Add(V a, V b) { return _mm512_add_ps(a, b); }
+inline V Sub(V a, V b) { return _mm512_sub_ps(a, b); }
+inline V Mul(V a, V b) { return _mm512_mul_ps(a, b); }
+inline V Div(V a, V b) { return _mm512_div_ps(a, b); }
+inline V Sqrt(V a) { return _mm512_sqrt_ps(a); }
+inline void Store(float* p, V v) { _mm512_storeu_ps(p, v); }
+#include "render/pattern_offsets_body.inc"
+}  // namespace lanes512
+#pragma GCC diagnostic pop
+#pragma GCC pop_options
+
+}  // namespace
+
+bool ScoreOffsets_128(const CVFloatWorld& field0Copy, const CVFloatWorld& prepared, long x, long y,
+                      long halfWidth, long width, long rows, long first, long last, float* scores)
+{
+    return lanes128::ScoreOffsets(field0Copy, prepared, x, y, halfWidth, width, rows, first, last, scores);
 }
 
-#endif
+bool ScoreOffsets_256(const CVFloatWorld& field0Copy, const CVFloatWorld& prepared, long x, long y,
+                      long halfWidth, long width, long rows, long first, long last, float* scores)
+{
+    return lanes256::ScoreOffsets(field0Copy, prepared, x, y, halfWidth, width, rows, first, last, scores);
+}
+
+bool ScoreOffsets_512(const CVFloatWorld& field0Copy, const CVFloatWorld& prepared, long x, long y,
+                      long halfWidth, long width, long rows, long first, long last, float* scores)
+{
+    return lanes512::ScoreOffsets(field0Copy, prepared, x, y, halfWidth, width, rows, first, last, scores);
+}
+
+ScoreOffsetsFn ScoreOffsetsForThisProcessor()
+{
+    switch (cpu_features::widest_vectors()) {
+    case cpu_features::VectorWidth::k512: return ScoreOffsets_512;
+    case cpu_features::VectorWidth::k256: return ScoreOffsets_256;
+    default: return ScoreOffsets_128;
+    }
+}

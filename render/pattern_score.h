@@ -26,3 +26,29 @@ float PatternScore_regular(const CVFloatWorld& field0Copy, const float* a, const
 float PatternScore_simd(const CVFloatWorld& field0Copy, const float* a, const float* meanA,
                         const float* b, const float* meanB, long halfWidth, long halfHeight,
                         unsigned long rowbytes, long x, long width, long y, long rows);
+
+// The pattern scores of every offset k = first .. last at once, for the
+// pattern at (x, y): scores[k - first] is what the per-offset routine above
+// gives for b and meanB at (x + k, y + 1), to the bit, worked out for
+// several offsets side by side in the vector lanes. The first window's
+// share of the work is done once for all offsets. Returns false (scores
+// undefined) when some offset's window reaches the end of the image, where
+// the per-offset routine decides how far its sums go; the caller then
+// scores offset by offset.
+using ScoreOffsetsFn = bool (*)(const CVFloatWorld& field0Copy, const CVFloatWorld& prepared,
+                                long x, long y, long halfWidth, long width, long rows,
+                                long first, long last, float* scores);
+
+// One build per vector width: one, two or four offsets per instruction.
+bool ScoreOffsets_128(const CVFloatWorld& field0Copy, const CVFloatWorld& prepared, long x,
+                      long y, long halfWidth, long width, long rows, long first, long last,
+                      float* scores);
+bool ScoreOffsets_256(const CVFloatWorld& field0Copy, const CVFloatWorld& prepared, long x,
+                      long y, long halfWidth, long width, long rows, long first, long last,
+                      float* scores);
+bool ScoreOffsets_512(const CVFloatWorld& field0Copy, const CVFloatWorld& prepared, long x,
+                      long y, long halfWidth, long width, long rows, long first, long last,
+                      float* scores);
+
+// The widest build this processor and system run.
+ScoreOffsetsFn ScoreOffsetsForThisProcessor();

@@ -2,6 +2,7 @@
 // filler, each in its vector and scalar build.
 #include "render/fill_segment.h"
 #include "render/pattern_score.h"
+#include "image/cpu_features.h"
 
 #include "test_support.h"
 
@@ -45,6 +46,57 @@ TEST_F(MergeKernelsTest, ScoreBuildsAgreeBitForBitOnRandomFields) {
                             << "x " << x << " y " << y << " k " << k << " h " << h << " width " << width;
                     }
     }
+}
+
+// The all-offsets scorer in each vector width against the per-offset
+// routine, checkasm-style: random fields of widths with and without row
+// padding, every pixel, every search span the slider allows at its ends and
+// in between, pattern sizes where the window is clipped at both edges. Where
+// it declines (a window reaching the end of the image) the merge scores
+// offset by offset, so declining is allowed only there.
+TEST_F(MergeKernelsTest, AllOffsetsAtOnceMatchOffsetByOffset) {
+    const std::pair<ScoreOffsetsFn, cpu_features::VectorWidth> builds[] = {
+        {ScoreOffsets_128, cpu_features::VectorWidth::k128},
+        {ScoreOffsets_256, cpu_features::VectorWidth::k256},
+        {ScoreOffsets_512, cpu_features::VectorWidth::k512}};
+    const cpu_features::VectorWidth widest = cpu_features::widest_vectors();
+    int ran = 0;
+    for (long width : {29L, 40L}) {
+        const long H = 7;
+        CVFloatWorld copy(width, H), prepared(width, H);
+        FillRandom(copy, rng_);
+        FillRandom(prepared, rng_);
+        for (long y = 0; y < H; ++y) Put(copy, 5, y, Pixel{1.0f, 0.5f, 0.5f, 0.5f});  // some NaN windows
+        for (long h : {1L, 3L, 12L}) {
+            const long span = 2 * h;
+            if (width < span + h) continue;
+            for (const auto& build : builds) {
+                if (build.second > widest) continue;
+                ++ran;
+                for (long y = 0; y + 1 < H; ++y)
+                    for (long x = 0; x < width; ++x) {
+                        const long last = std::min(span, width - 1 - x);
+                        float scores[64];
+                        const bool done = build.first(copy, prepared, x, y, h, width, H, -span, last, scores);
+                        bool reachesEnd = false;
+                        for (long k = -span; k <= last; ++k) {
+                            const float want = Score(PatternScore_regular, copy, prepared, {x, y, k, h});
+                            if (done) {
+                                ASSERT_EQ(Bits(scores[k + span]), Bits(want))
+                                    << "x " << x << " y " << y << " k " << k << " h " << h << " width " << width
+                                    << " build " << static_cast<int>(build.second);
+                            }
+                            // The second window's last pixel on the last row.
+                            const long lastRow = std::min(y + 1 + (2 + y >= H ? 1 + (y - H + 1) : 2), H - 1);
+                            const long right = x + h < width ? h : width - 1 - x;
+                            reachesEnd |= lastRow == H - 1 && x + k + right - 1 >= copy.rowbytes() / 16;
+                        }
+                        ASSERT_TRUE(done || reachesEnd) << "declined at x " << x << " y " << y << " h " << h;
+                    }
+            }
+        }
+    }
+    EXPECT_GE(ran, 5);
 }
 
 TEST_F(MergeKernelsTest, IdenticalWindowsScoreThreeAndFlatWindowsNaN) {
