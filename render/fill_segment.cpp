@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 #if defined(__SSE2__) || defined(_M_X64)
 #include <emmintrin.h>
@@ -81,6 +82,17 @@ Tap TapAt(const CVFloatWorld& field, long row, float x) {
 
 const float kYellow[4] = {1.0f, 1.0f, 1.0f, 0.0f};
 
+// A pixel without motion: 0 x A + (1 - 0) x B is B itself. The fields hold
+// finite, non-negative values (converted from the host's unsigned pixels),
+// so 0 x A is +0 and +0 + B is B to the bit; the directional sample A need
+// not be worked out.
+void StillPixel(const Segment& s, long i, float* output) {
+    int64_t pos = s.weaveRow + static_cast<int64_t>(s.firstColumn + i) * 16;
+    if (pos > s.weaveMax) pos = s.weaveMax;
+    if (pos < 0) pos = 0;
+    std::memcpy(output, reinterpret_cast<const char*>(s.weaveBase) + pos, 16);
+}
+
 }  // namespace
 
 void FillSegment_regular(bool upper, bool isResult, long y, long segmentStart,
@@ -90,6 +102,13 @@ void FillSegment_regular(bool upper, bool isResult, long y, long segmentStart,
     Segment s;
     if (!Prepare(upper, y, previous, current, field0, fieldPlus1, s)) return;
     for (long i = 0; i < s.n; ++i) {
+        if (difference[i] == 0.0f) {
+            if (segmentStart + i >= 0) {
+                StillPixel(s, i, output);
+                output += 4;
+            }
+            continue;
+        }
         const Step st = StepAt(s, i, previous, current);
         float a[4];
         if (isResult) {
@@ -137,6 +156,13 @@ void FillSegment_simd(bool upper, bool isResult, long y, long segmentStart,
     const __m128 one = _mm_set1_ps(1.0f);
     const __m128 yellow = _mm_loadu_ps(kYellow);
     for (long i = 0; i < s.n; ++i) {
+        if (difference[i] == 0.0f) {
+            if (segmentStart + i >= 0) {
+                StillPixel(s, i, output);
+                output += 4;
+            }
+            continue;
+        }
         const Step st = StepAt(s, i, previous, current);
         __m128 a = yellow;
         if (isResult) {
