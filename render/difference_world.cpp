@@ -3,6 +3,9 @@
 #include "render/image_memory.h"
 #include "render/power.h"
 
+#include <emmintrin.h>
+#include <xmmintrin.h>
+
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -47,13 +50,39 @@ struct Evidence {
 };
 
 // Same and changed ramps of half the value difference of P and R along one
-// field row.
+// field row. Four pixels at a time, each lane doing the scalar operations.
 void RampRow(const Ramps& ramps, const CVFloatWorld& P, const CVFloatWorld& R, A_long y, A_long width,
              float* same, float* changed)
 {
     const float* p = P.data_row_ptr(y);
     const float* q = R.data_row_ptr(y);
-    for (A_long x = 0; x < width; ++x, p += 4, q += 4) {
+    A_long x = 0;
+    const __m128 third = _mm_set1_ps(kThird);
+    const __m128 half = _mm_set1_ps(0.5f);
+    const __m128 signless = _mm_castsi128_ps(_mm_set1_epi32(0x7fffffff));
+    const __m128 low = _mm_set1_ps(ramps.low);
+    const __m128 high = _mm_set1_ps(ramps.high);
+    const __m128 span = _mm_set1_ps(ramps.high - ramps.low);
+    const __m128 one = _mm_set1_ps(1.0f);
+    for (; x + 4 <= width; x += 4, p += 16, q += 16) {
+        __m128 p0 = _mm_loadu_ps(p), p1 = _mm_loadu_ps(p + 4), p2 = _mm_loadu_ps(p + 8), p3 = _mm_loadu_ps(p + 12);
+        __m128 q0 = _mm_loadu_ps(q), q1 = _mm_loadu_ps(q + 4), q2 = _mm_loadu_ps(q + 8), q3 = _mm_loadu_ps(q + 12);
+        _MM_TRANSPOSE4_PS(p0, p1, p2, p3);  // now one channel each
+        _MM_TRANSPOSE4_PS(q0, q1, q2, q3);
+        const __m128 pv = _mm_mul_ps(_mm_add_ps(_mm_add_ps(p1, p2), p3), third);
+        const __m128 qv = _mm_mul_ps(_mm_add_ps(_mm_add_ps(q1, q2), q3), third);
+        const __m128 d = _mm_mul_ps(_mm_and_ps(_mm_sub_ps(pv, qv), signless), half);
+        const __m128 below = _mm_cmplt_ps(d, low);
+        const __m128 above = _mm_cmpgt_ps(d, high);
+        const __m128 sameMid = _mm_add_ps(_mm_div_ps(_mm_sub_ps(low, d), span), one);
+        const __m128 changedMid = _mm_div_ps(_mm_sub_ps(d, low), span);
+        // same: 1 below, 0 above, the ramp between; changed: 0 below, 1 above.
+        const __m128 s = _mm_or_ps(_mm_and_ps(below, one), _mm_andnot_ps(_mm_or_ps(below, above), sameMid));
+        const __m128 c = _mm_or_ps(_mm_and_ps(above, one), _mm_andnot_ps(_mm_or_ps(below, above), changedMid));
+        _mm_storeu_ps(same + x, s);
+        _mm_storeu_ps(changed + x, c);
+    }
+    for (; x < width; ++x, p += 4, q += 4) {
         const float d = Diff((q[1] + q[2] + q[3]) * kThird, (p[1] + p[2] + p[3]) * kThird);
         same[x] = ramps.Same(d);
         changed[x] = ramps.Changed(d);
@@ -89,6 +118,81 @@ inline Evidence Evaluate(A_long spread, A_long width, const float* same, const f
     const float selfTerm = 0.0f;
     e.still = Max(Max(Max(sAll, Min(sRight, tLeft)), Min(sLeft, tRight)), selfTerm);
     return e;
+}
+
+// Evidence of every x of a row. The interior, where no neighbour is
+// clamped, goes four columns at a time; each lane takes the same minima and
+// maxima as Evaluate (over values in 0..1, none NaN, so the order in which
+// a minimum meets its samples cannot change it).
+void EvidenceRow(A_long spread, A_long width, const float* same, const float* changed, float* moved,
+                 float* still)
+{
+    A_long x = 0;
+    const A_long interiorEnd = width - spread;  // x + spread < width
+    for (; x < spread && x < width; ++x) {
+        const Evidence e = Evaluate(spread, width, same, changed, x);
+        moved[x] = e.moved;
+        still[x] = e.still;
+    }
+    const __m128 one = _mm_set1_ps(1.0f);
+    for (; x + 4 <= interiorEnd; x += 4) {
+        __m128 sAll = one, sRight = one, tLeft = one, sLeft = one, tRight = one;
+        for (A_long dx = -spread; dx < 0; ++dx) {
+            const __m128 sv = _mm_loadu_ps(same + x + dx);
+            sAll = _mm_min_ps(sAll, sv);
+            tLeft = _mm_min_ps(tLeft, _mm_loadu_ps(changed + x + dx));
+            sLeft = _mm_min_ps(sLeft, sv);
+        }
+        const __m128 centre = _mm_loadu_ps(same + x);
+        sAll = _mm_min_ps(sAll, centre);
+        sRight = _mm_min_ps(sRight, centre);
+        sLeft = _mm_min_ps(sLeft, centre);
+        for (A_long dx = 1; dx <= spread; ++dx) {
+            const __m128 sv = _mm_loadu_ps(same + x + dx);
+            sAll = _mm_min_ps(sAll, sv);
+            sRight = _mm_min_ps(sRight, sv);
+            tRight = _mm_min_ps(tRight, _mm_loadu_ps(changed + x + dx));
+        }
+        const __m128 tCentre = _mm_loadu_ps(changed + x);
+        _mm_storeu_ps(moved + x, _mm_max_ps(_mm_min_ps(tRight, tLeft), tCentre));
+        const __m128 st = _mm_max_ps(_mm_max_ps(_mm_max_ps(sAll, _mm_min_ps(sRight, tLeft)), _mm_min_ps(sLeft, tRight)),
+                                     _mm_setzero_ps());
+        _mm_storeu_ps(still + x, st);
+    }
+    for (; x < width; ++x) {
+        const Evidence e = Evaluate(spread, width, same, changed, x);
+        moved[x] = e.moved;
+        still[x] = e.still;
+    }
+}
+
+// The map row from the evidence of the map row and of the rows below and
+// above; a missing neighbour row counts as (0, 1.0).
+void CombineEvidence(A_long width, float* const moved[3], float* const still[3], bool hasBelow, bool hasAbove,
+                     float* out)
+{
+    A_long x = 0;
+    const __m128 zero = _mm_setzero_ps();
+    const __m128 one = _mm_set1_ps(1.0f);
+    for (; x + 4 <= width; x += 4) {
+        const __m128 m1 = hasBelow ? _mm_loadu_ps(moved[1] + x) : zero;
+        const __m128 s1 = hasBelow ? _mm_loadu_ps(still[1] + x) : one;
+        const __m128 m2 = hasAbove ? _mm_loadu_ps(moved[2] + x) : zero;
+        const __m128 s2 = hasAbove ? _mm_loadu_ps(still[2] + x) : one;
+        const __m128 mMax = _mm_max_ps(_mm_loadu_ps(moved[0] + x), _mm_max_ps(m1, m2));
+        const __m128 sMin = _mm_min_ps(_mm_loadu_ps(still[0] + x), _mm_min_ps(s1, s2));
+        const __m128 sum = _mm_add_ps(mMax, sMin);
+        const __m128 v = _mm_div_ps(mMax, sum);
+        _mm_storeu_ps(out + x, _mm_andnot_ps(_mm_cmpeq_ps(sum, zero), v));
+    }
+    for (; x < width; ++x) {
+        const float m1 = hasBelow ? moved[1][x] : 0.0f, s1 = hasBelow ? still[1][x] : 1.0f;
+        const float m2 = hasAbove ? moved[2][x] : 0.0f, s2 = hasAbove ? still[2][x] : 1.0f;
+        const float mMax = Max(moved[0][x], Max(m1, m2));
+        const float sMin = Min(still[0][x], Min(s1, s2));
+        const float sum = mMax + sMin;
+        out[x] = sum == 0.0f ? 0.0f : mMax / sum;
+    }
 }
 
 // Running 15-sample means along rows (stride 1) or, row by row with one
@@ -186,39 +290,44 @@ void CVDifferenceWorld::ComputeEvidence(bool upper, const CVFloatWorld& fieldMin
     const A_long r = upper ? 0 : 1;
 
     // Ramps of the two field pairs along the rows one map row needs: Field -1
-    // against Field +1, and Field -2 against Field 0 on the rows below and
-    // above.
-    CVSingleFloatWorld rows(w, 6);
+    // against Field +1 on the map row, and Field -2 against Field 0 on the
+    // rows below and above. Each Field -2 / Field 0 row serves two map rows
+    // two apart, so the last three are kept (slot = row mod 3).
+    CVSingleFloatWorld rows(w, 14);
     RequireImage(rows);
     float* nearSame = rows.row_ptr(0);
     float* nearChanged = rows.row_ptr(1);
-    float* belowSame = rows.row_ptr(2);
-    float* belowChanged = rows.row_ptr(3);
-    float* aboveSame = rows.row_ptr(4);
-    float* aboveChanged = rows.row_ptr(5);
+    float* farSame[3] = {rows.row_ptr(2), rows.row_ptr(4), rows.row_ptr(6)};
+    float* farChanged[3] = {rows.row_ptr(3), rows.row_ptr(5), rows.row_ptr(7)};
+    A_long farRow[3] = {-1, -1, -1};
+    float* moved[3] = {rows.row_ptr(8), rows.row_ptr(10), rows.row_ptr(12)};
+    float* still[3] = {rows.row_ptr(9), rows.row_ptr(11), rows.row_ptr(13)};
+    auto farRamps = [&](A_long q) {
+        const A_long slot = q % 3;
+        if (farRow[slot] != q) {
+            RampRow(ramps, fieldMinus2, field0, q, w, farSame[slot], farChanged[slot]);
+            farRow[slot] = q;
+        }
+        return slot;
+    };
 
     for (A_long y = 0; y < h; ++y) {
         // The evidence row carries the lower-field offset; the neighbour
         // rows carry it twice (once in the row asked for, once inside the
         // evidence), which is the behaviour the render relies on.
         RampRow(ramps, fieldMinus1, fieldPlus1, Clamp(y + r, 0, h - 1), w, nearSame, nearChanged);
+        EvidenceRow(spread_, w, nearSame, nearChanged, moved[0], still[0]);
         const bool hasBelow = r + y + 1 < h;
         const bool hasAbove = r + y - 1 >= 0;
-        if (hasBelow)
-            RampRow(ramps, fieldMinus2, field0, Clamp(r + y + 1 + r, 0, h - 1), w, belowSame, belowChanged);
-        if (hasAbove)
-            RampRow(ramps, fieldMinus2, field0, Clamp(r + y - 1 + r, 0, h - 1), w, aboveSame, aboveChanged);
-
-        float* out = row_ptr(y);
-        for (A_long x = 0; x < w; ++x) {
-            const Evidence e0 = Evaluate(spread_, w, nearSame, nearChanged, x);
-            const Evidence e1 = hasBelow ? Evaluate(spread_, w, belowSame, belowChanged, x) : Evidence{0.0f, 1.0f};
-            const Evidence e2 = hasAbove ? Evaluate(spread_, w, aboveSame, aboveChanged, x) : Evidence{0.0f, 1.0f};
-            const float mMax = Max(e0.moved, Max(e1.moved, e2.moved));
-            const float sMin = Min(e0.still, Min(e1.still, e2.still));
-            const float sum = mMax + sMin;
-            out[x] = sum == 0.0f ? 0.0f : mMax / sum;
+        if (hasBelow) {
+            const A_long slot = farRamps(Clamp(r + y + 1 + r, 0, h - 1));
+            EvidenceRow(spread_, w, farSame[slot], farChanged[slot], moved[1], still[1]);
         }
+        if (hasAbove) {
+            const A_long slot = farRamps(Clamp(r + y - 1 + r, 0, h - 1));
+            EvidenceRow(spread_, w, farSame[slot], farChanged[slot], moved[2], still[2]);
+        }
+        CombineEvidence(w, moved, still, hasBelow, hasAbove, row_ptr(y));
     }
 }
 
