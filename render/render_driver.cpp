@@ -122,6 +122,28 @@ void WriteOutput(const CVFloatWorld& image, const PF_LayerDef& input, PF_LayerDe
     CopyAlpha(input, output, r);
 }
 
+// The extent r of a host layer converted into two fields: even rows into
+// `upper`, odd rows into `lower`, by walking the layer two rows at a time.
+void ConvertIntoFields(const PF_LayerDef& layer, const PF_LRect& r, CVFloatWorld& upper, CVFloatWorld& lower)
+{
+    const bool deep = IsDeep(layer);
+    const std::ptrdiff_t pitch = layer.rowbytes;
+    const char* start = reinterpret_cast<const char*>(layer.data) + r.top * pitch + r.left * (deep ? 8 : 4);
+    const A_long w = r.right - r.left;
+    const A_u_long twoRows = static_cast<A_u_long>(2 * pitch);
+    if (deep) {
+        upper.copy_from_16bit_integer_world(w, upper.height(), twoRows, reinterpret_cast<const A_u_short*>(start));
+        if (lower.height() > 0)
+            lower.copy_from_16bit_integer_world(w, lower.height(), twoRows,
+                                                reinterpret_cast<const A_u_short*>(start + pitch));
+    } else {
+        upper.copy_from_8bit_integer_world(w, upper.height(), twoRows, reinterpret_cast<const A_u_char*>(start));
+        if (lower.height() > 0)
+            lower.copy_from_8bit_integer_world(w, lower.height(), twoRows,
+                                               reinterpret_cast<const A_u_char*>(start + pitch));
+    }
+}
+
 A_long ScaledSize(A_long size, const PF_RationalScale& scale)
 {
     if (scale.den == 0) return size;
@@ -292,24 +314,29 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
     const A_long HU = (H + 1) / 2;
     const A_long HL = H / 2;
 
-    CVFloatWorld current, next, previous;
+    // Each checked-out frame is converted straight into its two fields: the
+    // even rows of the extent into the upper field, the odd rows into the
+    // lower one (the conversion is per value, so this is the frame converted
+    // and then split). The previous and next frames are only needed for
+    // full processing with deinterlacing.
     CVFloatWorld fields[6];
+    const bool neighbours = full && settings.deinterlace;
     {
         const SourceFrameTimes times = SourceTimes(in_data->current_time, in_data->time_scale, settings.sourceRate);
         // A time outside the layer may come back empty; the current frame
         // stands in for it.
-        auto fetch = [&](CVFloatWorld& image, A_long time) {
-            MakeImage(image, W, H);
+        auto fetch = [&](A_long time, A_long upperIndex, bool convert) {
             LayerCheckout checkout(in_data, time);
-            image.copy_from_PF_World(Covers(checkout.layer(), E) ? checkout.layer() : *input, &E);
+            if (!convert) return;
+            MakeImage(fields[upperIndex], W, HU);
+            MakeImage(fields[upperIndex + 1], W, HL);
+            ConvertIntoFields(Covers(checkout.layer(), E) ? checkout.layer() : *input, E, fields[upperIndex],
+                              fields[upperIndex + 1]);
         };
-        fetch(current, times.current);
-        fetch(next, times.next);
-        fetch(previous, times.previous);
+        fetch(times.current, 2, true);
+        fetch(times.next, 4, neighbours);
+        fetch(times.previous, 0, neighbours);
     }
-    MakeImage(fields[2], W, HU);
-    MakeImage(fields[3], W, HL);
-    SplitFields(current, &fields[2], &fields[3]);
     CVFloatWorld& field0 = fields[sel.zero];
     const A_long h0 = field0.height();
     CVFloatWorld out;
@@ -328,26 +355,23 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
     }
 
     if (settings.deinterlace) {
-        MakeImage(fields[0], W, HU);
-        MakeImage(fields[4], W, HU);
-        MakeImage(fields[1], W, HL);
-        MakeImage(fields[5], W, HL);
-        SplitFields(previous, &fields[0], &fields[1]);
-        SplitFields(next, &fields[4], &fields[5]);
         CVFloatWorld& fieldMinus2 = fields[sel.minus2];
         CVFloatWorld& fieldMinus1 = fields[sel.minus1];
         CVFloatWorld& fieldPlus1 = fields[sel.plus1];
 
-        CVFloatWorld field0Copy, prepA, prepB;
-        MakeImage(field0Copy, W, h0);
+        // Field 0 is not written before the merge has read it (only the
+        // views that return early draw into it), so it serves as its own
+        // copy for the pattern windows.
+        const CVFloatWorld& field0Copy = field0;
+        CVFloatWorld prepA, prepB;
         MakeImage(prepA, W, h0);
         MakeImage(prepB, W, h0);
-        field0.copy_into(field0Copy);
         box_filter_horizontal(field0Copy, prepB, settings.patternSize);
         box_filter_vertical(prepB, prepA, kPrepVerticalRadius);
 
-        CVFloatWorld blended;
-        MakeImage(blended, W, H);
+        // The blend of both fields' frames is built where the merge wants
+        // its base; the views that need no base never read it.
+        CVFloatWorld& blended = out;
         BuildFrameFromField(fieldPlus1, blended, !upper);
         result.blend_over(blended, 0.5f);
 
@@ -407,8 +431,6 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
 
         if (settings.show == kShowSource || settings.show == kShowVectorMagnitudes)
             out.fill(CVFloatWorld::tPixel{1.0f, 0.0f, 0.0f, 0.0f});
-        else
-            blended.copy_into(out);
 
         Merge(settings, field0, fieldPlus1, upper, gradient, difference, field0Copy, prepA, out, 0, h0);
     }
