@@ -50,26 +50,44 @@ inline bool aligned16(const void* p)
     return (reinterpret_cast<std::uintptr_t>(p) & 15u) == 0;
 }
 
-// The regular integer-to-float path: pixel pairs, then a single last pixel
-// for an odd width, over the image's own size.
-template <typename T>
-void widen_by_pixel_pairs(CVFloatWorld& image, const T* src, A_u_long rowbytes, float scale)
+// The regular integer-to-float path: every value v becomes float(v) x scale,
+// the pixels of a row side by side four values at a time (the same products
+// the pixel pairs give, only more per instruction).
+inline void widen_row(const A_u_char* s, float* d, std::ptrdiff_t n, float scale)
 {
-    for (A_long y = 0; y < image.height(); ++y) {
-        const T* s = row_at(src, y, rowbytes);
-        float* d = image.data_row_ptr(y);
-        A_long x = 0;
-        for (; x + 1 < image.width(); x += 2) {
-            for (int c = 0; c < 8; ++c) {
-                d[4 * x + c] = static_cast<float>(s[4 * x + c]) * scale;
-            }
-        }
-        if (x < image.width()) {
-            for (int c = 0; c < 4; ++c) {
-                d[4 * x + c] = static_cast<float>(s[4 * x + c]) * scale;
-            }
-        }
+    const __m128 k = _mm_set1_ps(scale);
+    const __m128i zero = _mm_setzero_si128();
+    std::ptrdiff_t i = 0;
+    for (; i + 16 <= n; i += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
+        const __m128i lo = _mm_unpacklo_epi8(bytes, zero);
+        const __m128i hi = _mm_unpackhi_epi8(bytes, zero);
+        _mm_storeu_ps(d + i, _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpacklo_epi16(lo, zero)), k));
+        _mm_storeu_ps(d + i + 4, _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpackhi_epi16(lo, zero)), k));
+        _mm_storeu_ps(d + i + 8, _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpacklo_epi16(hi, zero)), k));
+        _mm_storeu_ps(d + i + 12, _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpackhi_epi16(hi, zero)), k));
     }
+    for (; i < n; ++i) d[i] = static_cast<float>(s[i]) * scale;
+}
+
+inline void widen_row(const A_u_short* s, float* d, std::ptrdiff_t n, float scale)
+{
+    const __m128 k = _mm_set1_ps(scale);
+    const __m128i zero = _mm_setzero_si128();
+    std::ptrdiff_t i = 0;
+    for (; i + 8 <= n; i += 8) {
+        const __m128i words = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
+        _mm_storeu_ps(d + i, _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpacklo_epi16(words, zero)), k));
+        _mm_storeu_ps(d + i + 4, _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpackhi_epi16(words, zero)), k));
+    }
+    for (; i < n; ++i) d[i] = static_cast<float>(s[i]) * scale;
+}
+
+template <typename T>
+void widen_rows(CVFloatWorld& image, const T* src, A_u_long rowbytes, float scale)
+{
+    const std::ptrdiff_t n = static_cast<std::ptrdiff_t>(image.width()) * 4;
+    for (A_long y = 0; y < image.height(); ++y) widen_row(row_at(src, y, rowbytes), image.data_row_ptr(y), n, scale);
 }
 
 }  // namespace
@@ -87,7 +105,7 @@ void CVFloatWorld::copy_from_8bit_integer_world(A_long w, A_long h, A_u_long row
 
 void CVFloatWorld::copy_from_8bit_integer_world_regular(A_long, A_long, A_u_long rowbytes, const A_u_char* src)
 {
-    widen_by_pixel_pairs(*this, src, rowbytes, kFrom8);
+    widen_rows(*this, src, rowbytes, kFrom8);
 }
 
 void CVFloatWorld::copy_from_8bit_integer_world_simd(A_long, A_long, A_u_long rowbytes, const A_u_char* src)
@@ -130,7 +148,7 @@ void CVFloatWorld::copy_from_16bit_integer_world(A_long w, A_long h, A_u_long ro
 
 void CVFloatWorld::copy_from_16bit_integer_world_regular(A_long, A_long, A_u_long rowbytes, const A_u_short* src)
 {
-    widen_by_pixel_pairs(*this, src, rowbytes, kFrom16);
+    widen_rows(*this, src, rowbytes, kFrom16);
 }
 
 void CVFloatWorld::copy_from_16bit_integer_world_simd(A_long, A_long, A_u_long rowbytes, const A_u_short* src)
