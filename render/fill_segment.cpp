@@ -4,10 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
-#if defined(__SSE2__) || defined(_M_X64)
 #include <emmintrin.h>
-#define TESSEN_FILL_SSE2 1
-#endif
 
 // The blend limit of the render settings takes no part here: every filled
 // pixel is the plain motion-weighted mix of the directional and the weave
@@ -17,14 +14,7 @@ namespace {
 
 long Clamp(long v, long lo, long hi) { return v < lo ? lo : (v > hi ? hi : v); }
 
-float ClampColumn(float v, float hi) { return v < 0.0f ? 0.0f : (v > hi ? hi : v); }
 
-// Everything about one filled pixel that both builds share.
-struct Step {
-    float x0;       // column sampled in field row r
-    float x1;       // column sampled in field row r + 1
-    const float* weave;
-};
 
 struct Segment {
     long row;             // field row r
@@ -34,6 +24,8 @@ struct Segment {
     int64_t weaveMax;     // last byte position a pixel may start at
     long firstColumn;     // truncate(previous midpoint)
     float lastColumn;     // width - 1
+    const float* row0;    // field0 rows r and r + 1
+    const float* row1;
 };
 
 bool Prepare(bool upper, long y, const MatchPoint& previous, const MatchPoint& current,
@@ -49,22 +41,76 @@ bool Prepare(bool upper, long y, const MatchPoint& previous, const MatchPoint& c
     s.weaveMax = static_cast<int64_t>(fieldPlus1.height()) * rowbytes - 16;
     s.firstColumn = static_cast<long>(previous.midpoint);
     s.lastColumn = static_cast<float>(field0.width() - 1);
+    s.row0 = field0.data_row_ptr(s.row);
+    s.row1 = field0.data_row_ptr(s.row + 1);
     return true;
 }
 
-Step StepAt(const Segment& s, long i, const MatchPoint& previous, const MatchPoint& current) {
-    const float t = 1.0f - static_cast<float>(s.n - i) / static_cast<float>(s.n);
-    const float q = previous.midpoint + t * (current.midpoint - previous.midpoint);
-    const float shift = q - std::floor(q);
-    Step st;
-    st.x0 = ClampColumn(previous.start + t * (current.start - previous.start) - shift,
-                        s.lastColumn);
-    st.x1 = ClampColumn(previous.end + t * (current.end - previous.end) - shift, s.lastColumn);
+// floorf for the columns here (|v| far below 2^31): truncate, then step
+// down where truncation went up. Exact, as floorf is.
+inline __m128 Floor4(__m128 v) {
+    const __m128 t = _mm_cvtepi32_ps(_mm_cvttps_epi32(v));
+    return _mm_sub_ps(t, _mm_and_ps(_mm_cmpgt_ps(t, v), _mm_set1_ps(1.0f)));
+}
+
+// v < 0 ? 0 : (v > hi ? hi : v), lane by lane.
+inline __m128 ClampColumns4(__m128 v, __m128 hi) {
+    v = _mm_andnot_ps(_mm_cmplt_ps(v, _mm_setzero_ps()), v);
+    const __m128 over = _mm_cmpgt_ps(v, hi);
+    return _mm_or_ps(_mm_and_ps(over, hi), _mm_andnot_ps(over, v));
+}
+
+// The sample columns of pixels i .. i + 3 of the segment (lanes past the
+// segment's end are worked out and not used). Each lane does the scalar
+// step's operations: t = 1 - (n - i) / n, q = previous midpoint + t x
+// (current - previous midpoint), shift = q - floorf(q), then the clamped
+// start and end columns less the shift.
+void Steps4(const Segment& s, long i, const MatchPoint& previous, const MatchPoint& current, float* x0,
+            float* x1) {
+    const __m128 n = _mm_set1_ps(static_cast<float>(s.n));
+    const __m128 left = _mm_cvtepi32_ps(_mm_setr_epi32(static_cast<int>(s.n - i), static_cast<int>(s.n - i - 1),
+                                                      static_cast<int>(s.n - i - 2), static_cast<int>(s.n - i - 3)));
+    const __m128 t = _mm_sub_ps(_mm_set1_ps(1.0f), _mm_div_ps(left, n));
+    const __m128 q = _mm_add_ps(_mm_set1_ps(previous.midpoint),
+                                _mm_mul_ps(t, _mm_set1_ps(current.midpoint - previous.midpoint)));
+    const __m128 shift = _mm_sub_ps(q, Floor4(q));
+    const __m128 hi = _mm_set1_ps(s.lastColumn);
+    const __m128 a = _mm_add_ps(_mm_set1_ps(previous.start), _mm_mul_ps(t, _mm_set1_ps(current.start - previous.start)));
+    const __m128 b = _mm_add_ps(_mm_set1_ps(previous.end), _mm_mul_ps(t, _mm_set1_ps(current.end - previous.end)));
+    _mm_storeu_ps(x0, ClampColumns4(_mm_sub_ps(a, shift), hi));
+    _mm_storeu_ps(x1, ClampColumns4(_mm_sub_ps(b, shift), hi));
+}
+
+const float* WeaveAt(const Segment& s, long i) {
     int64_t pos = s.weaveRow + static_cast<int64_t>(s.firstColumn + i) * 16;
     if (pos > s.weaveMax) pos = s.weaveMax;
     if (pos < 0) pos = 0;
-    st.weave = reinterpret_cast<const float*>(reinterpret_cast<const char*>(s.weaveBase) + pos);
-    return st;
+    return reinterpret_cast<const float*>(reinterpret_cast<const char*>(s.weaveBase) + pos);
+}
+
+// Walks a segment four pixels at a time: still pixels take the weave pixel
+// (see StillPixel), moving ones get their sample columns from Steps4 and
+// are mixed by `mix(i, x0, x1, weave, output)`.
+template <typename Mix>
+void WalkSegment(const Segment& s, long segmentStart, const MatchPoint& previous, const MatchPoint& current,
+                 const float* difference, float* output, Mix mix) {
+    for (long base = 0; base < s.n; base += 4) {
+        const long count = s.n - base < 4 ? s.n - base : 4;
+        bool moving = false;
+        for (long l = 0; l < count; ++l) moving |= difference[base + l] != 0.0f;
+        alignas(16) float x0[4], x1[4];
+        if (moving) Steps4(s, base, previous, current, x0, x1);
+        for (long l = 0; l < count; ++l) {
+            const long i = base + l;
+            if (segmentStart + i < 0) continue;  // nothing written, the output stays put
+            const float* weave = WeaveAt(s, i);
+            if (difference[i] == 0.0f)
+                std::memcpy(output, weave, 16);
+            else
+                mix(difference[i], x0[l], x1[l], weave, output);
+            output += 4;
+        }
+    }
 }
 
 // The two neighbours of a sample column and the weight of the right one. At a
@@ -75,9 +121,9 @@ struct Tap {
     float f;
 };
 
-Tap TapAt(const CVFloatWorld& field, long row, float x) {
+Tap TapAt(const float* row, float x) {
     const float fx = std::floor(x);
-    return Tap{field.data_row_ptr(row) + static_cast<long>(fx) * 4, x - fx};
+    return Tap{row + static_cast<long>(fx) * 4, x - fx};
 }
 
 const float kYellow[4] = {1.0f, 1.0f, 1.0f, 0.0f};
@@ -86,12 +132,6 @@ const float kYellow[4] = {1.0f, 1.0f, 1.0f, 0.0f};
 // finite, non-negative values (converted from the host's unsigned pixels),
 // so 0 x A is +0 and +0 + B is B to the bit; the directional sample A need
 // not be worked out.
-void StillPixel(const Segment& s, long i, float* output) {
-    int64_t pos = s.weaveRow + static_cast<int64_t>(s.firstColumn + i) * 16;
-    if (pos > s.weaveMax) pos = s.weaveMax;
-    if (pos < 0) pos = 0;
-    std::memcpy(output, reinterpret_cast<const char*>(s.weaveBase) + pos, 16);
-}
 
 }  // namespace
 
@@ -101,38 +141,23 @@ void FillSegment_regular(bool upper, bool isResult, long y, long segmentStart,
                          const float* difference, float* output) {
     Segment s;
     if (!Prepare(upper, y, previous, current, field0, fieldPlus1, s)) return;
-    for (long i = 0; i < s.n; ++i) {
-        if (difference[i] == 0.0f) {
-            if (segmentStart + i >= 0) {
-                StillPixel(s, i, output);
-                output += 4;
-            }
-            continue;
-        }
-        const Step st = StepAt(s, i, previous, current);
-        float a[4];
-        if (isResult) {
-            const Tap t0 = TapAt(field0, s.row, st.x0);
-            const Tap t1 = TapAt(field0, s.row + 1, st.x1);
-            for (int c = 0; c < 4; ++c) {
-                const float s0 = t0.f != 0.0f ? t0.p[c] * (1.0f - t0.f) + t0.p[c + 4] * t0.f
-                                              : t0.p[c];
-                const float s1 = t1.f != 0.0f ? t1.p[c] * (1.0f - t1.f) + t1.p[c + 4] * t1.f
-                                              : t1.p[c];
-                a[c] = 0.5f * (s0 + s1);
-            }
-        } else {
-            for (int c = 0; c < 4; ++c) a[c] = kYellow[c];
-        }
-        const float m = difference[i];
-        if (segmentStart + i >= 0) {
-            for (int c = 0; c < 4; ++c) output[c] = m * a[c] + (1.0f - m) * st.weave[c];
-            output += 4;
-        }
-    }
+    WalkSegment(s, segmentStart, previous, current, difference, output,
+                [&](float m, float x0, float x1, const float* weave, float* out) {
+                    float a[4];
+                    if (isResult) {
+                        const Tap t0 = TapAt(s.row0, x0);
+                        const Tap t1 = TapAt(s.row1, x1);
+                        for (int c = 0; c < 4; ++c) {
+                            const float s0 = t0.f != 0.0f ? t0.p[c] * (1.0f - t0.f) + t0.p[c + 4] * t0.f : t0.p[c];
+                            const float s1 = t1.f != 0.0f ? t1.p[c] * (1.0f - t1.f) + t1.p[c + 4] * t1.f : t1.p[c];
+                            a[c] = 0.5f * (s0 + s1);
+                        }
+                    } else {
+                        for (int c = 0; c < 4; ++c) a[c] = kYellow[c];
+                    }
+                    for (int c = 0; c < 4; ++c) out[c] = m * a[c] + (1.0f - m) * weave[c];
+                });
 }
-
-#if TESSEN_FILL_SSE2
 
 namespace {
 
@@ -155,37 +180,13 @@ void FillSegment_simd(bool upper, bool isResult, long y, long segmentStart,
     const __m128 half = _mm_set1_ps(0.5f);
     const __m128 one = _mm_set1_ps(1.0f);
     const __m128 yellow = _mm_loadu_ps(kYellow);
-    for (long i = 0; i < s.n; ++i) {
-        if (difference[i] == 0.0f) {
-            if (segmentStart + i >= 0) {
-                StillPixel(s, i, output);
-                output += 4;
-            }
-            continue;
-        }
-        const Step st = StepAt(s, i, previous, current);
-        __m128 a = yellow;
-        if (isResult) {
-            a = _mm_mul_ps(half, _mm_add_ps(Sample(TapAt(field0, s.row, st.x0)),
-                                            Sample(TapAt(field0, s.row + 1, st.x1))));
-        }
-        const __m128 m = _mm_set1_ps(difference[i]);
-        if (segmentStart + i >= 0) {
-            const __m128 b = _mm_loadu_ps(st.weave);
-            _mm_storeu_ps(output, _mm_add_ps(_mm_mul_ps(m, a), _mm_mul_ps(_mm_sub_ps(one, m), b)));
-            output += 4;
-        }
-    }
+    WalkSegment(s, segmentStart, previous, current, difference, output,
+                [&](float mv, float x0, float x1, const float* weave, float* out) {
+                    __m128 a = yellow;
+                    if (isResult)
+                        a = _mm_mul_ps(half, _mm_add_ps(Sample(TapAt(s.row0, x0)), Sample(TapAt(s.row1, x1))));
+                    const __m128 m = _mm_set1_ps(mv);
+                    const __m128 b = _mm_loadu_ps(weave);
+                    _mm_storeu_ps(out, _mm_add_ps(_mm_mul_ps(m, a), _mm_mul_ps(_mm_sub_ps(one, m), b)));
+                });
 }
-
-#else
-
-void FillSegment_simd(bool upper, bool isResult, long y, long segmentStart,
-                      const MatchPoint& previous, const MatchPoint& current,
-                      const CVFloatWorld& field0, const CVFloatWorld& fieldPlus1,
-                      const float* difference, float* output) {
-    FillSegment_regular(upper, isResult, y, segmentStart, previous, current, field0, fieldPlus1,
-                        difference, output);
-}
-
-#endif

@@ -168,7 +168,44 @@ TEST_F(MergeKernelsTest, ScoreReadsExactlyTheTwoWindows) {
     }
 }
 
-TEST_F(MergeKernelsTest, FillBuildsAgreeAndWriteOnlyTheSegment) {
+// The filler written out pixel by pixel from its definition: the oracle
+// for both builds. One liberty, shared with them: a whole sample column
+// takes its pixel as it is instead of mixing in the next one at weight 0.
+void ReferenceFill(bool upper, bool isResult, long y, long segmentStart, const MatchPoint& previous,
+                   const MatchPoint& current, const CVFloatWorld& field0, const CVFloatWorld& next,
+                   const float* difference, float* output) {
+    const long H = field0.height(), W = field0.width();
+    const long r = upper ? std::clamp(y, 0L, H - 1) : std::clamp(y, 0L, H);
+    const long n = static_cast<long>(std::floor(current.midpoint) - std::floor(previous.midpoint));
+    const float hi = static_cast<float>(W - 1);
+    auto clampColumn = [hi](float v) { return v < 0.0f ? 0.0f : (v > hi ? hi : v); };
+    auto sample = [&](long row, float x, int c) {
+        const float fx = std::floor(x), f = x - fx;
+        const float* p = field0.data_row_ptr(row) + static_cast<long>(fx) * 4;
+        return f != 0.0f ? p[c] * (1.0f - f) + p[c + 4] * f : p[c];
+    };
+    const Pixel yellow{1.0f, 1.0f, 1.0f, 0.0f};
+    for (long i = 0; i < n; ++i) {
+        const float t = 1.0f - static_cast<float>(n - i) / static_cast<float>(n);
+        const float q = previous.midpoint + t * (current.midpoint - previous.midpoint);
+        const float shift = q - std::floor(q);
+        const float x0 = clampColumn(previous.start + t * (current.start - previous.start) - shift);
+        const float x1 = clampColumn(previous.end + t * (current.end - previous.end) - shift);
+        const long rowbytes = static_cast<long>(next.rowbytes());
+        const long pos = std::clamp((r + (upper ? 0 : 1)) * rowbytes + (static_cast<long>(previous.midpoint) + i) * 16,
+                                    0L, next.height() * rowbytes - 16);
+        const float* b = reinterpret_cast<const float*>(reinterpret_cast<const char*>(next.data_ptr()) + pos);
+        const float m = difference[i];
+        if (segmentStart + i < 0) continue;
+        for (int c = 0; c < 4; ++c) {
+            const float a = isResult ? 0.5f * (sample(r, x0, c) + sample(r + 1, x1, c)) : yellow[c];
+            output[c] = m * a + (1.0f - m) * b[c];
+        }
+        output += 4;
+    }
+}
+
+TEST_F(MergeKernelsTest, FillBuildsAgreeWithTheDefinitionAndWriteOnlyTheSegment) {
     const long W = 29;
     CVFloatWorld field0(W, 7), plus1(W, 7), plus1Short(W, 6), outA(W, 3), outB(W, 3);
     FillRandom(field0, rng_);
@@ -200,6 +237,10 @@ TEST_F(MergeKernelsTest, FillBuildsAgreeAndWriteOnlyTheSegment) {
                          outB.data_row_ptr(1) + segmentStart * 4);
         const std::vector<float> a = Snapshot(outA);
         ASSERT_TRUE(SameBits(a, Snapshot(outB))) << "trial " << trial;
+        Restore(before, outB);
+        ReferenceFill(upper, isResult, y, segmentStart, previous, current, field0, next, d,
+                      outB.data_row_ptr(1) + segmentStart * 4);
+        ASSERT_TRUE(SameBits(a, Snapshot(outB))) << "reference, trial " << trial;
         // Only floor(current) - floor(previous) pixels from segmentStart on.
         const long n = static_cast<long>(std::floor(current.midpoint) - std::floor(previous.midpoint));
         const long rowPixels = static_cast<long>(outA.rowbytes() / 16);
