@@ -37,6 +37,40 @@ inline A_u_short low_word(float v)
     return static_cast<A_u_short>(static_cast<A_u_long>(truncate_to_int(v)) & 0xFFFFu);
 }
 
+// v x scale truncated toward zero, low 8 or 16 bits kept, for n values:
+// the regular conversions' rule, sixteen or eight values per step (the
+// truncating conversion gives 0x80000000 for out-of-range values and NaN
+// exactly as the scalar one does).
+inline void truncate_low_bytes(const float* s, A_u_char* d, std::ptrdiff_t n, float scale)
+{
+    const __m128 k = _mm_set1_ps(scale);
+    const __m128i mask = _mm_set1_epi32(0xFF);
+    std::ptrdiff_t i = 0;
+    for (; i + 16 <= n; i += 16) {
+        const __m128i a = _mm_and_si128(_mm_cvttps_epi32(_mm_mul_ps(_mm_loadu_ps(s + i), k)), mask);
+        const __m128i b = _mm_and_si128(_mm_cvttps_epi32(_mm_mul_ps(_mm_loadu_ps(s + i + 4), k)), mask);
+        const __m128i c = _mm_and_si128(_mm_cvttps_epi32(_mm_mul_ps(_mm_loadu_ps(s + i + 8), k)), mask);
+        const __m128i e = _mm_and_si128(_mm_cvttps_epi32(_mm_mul_ps(_mm_loadu_ps(s + i + 12), k)), mask);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i),
+                         _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, e)));
+    }
+    for (; i < n; ++i) d[i] = low_byte(s[i] * scale);
+}
+
+inline __m128i low_words_signed(__m128i v) { return _mm_srai_epi32(_mm_slli_epi32(v, 16), 16); }
+
+inline void truncate_low_words(const float* s, A_u_short* d, std::ptrdiff_t n, float scale)
+{
+    const __m128 k = _mm_set1_ps(scale);
+    std::ptrdiff_t i = 0;
+    for (; i + 8 <= n; i += 8) {
+        const __m128i a = low_words_signed(_mm_cvttps_epi32(_mm_mul_ps(_mm_loadu_ps(s + i), k)));
+        const __m128i b = low_words_signed(_mm_cvttps_epi32(_mm_mul_ps(_mm_loadu_ps(s + i + 4), k)));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i), _mm_packs_epi32(a, b));
+    }
+    for (; i < n; ++i) d[i] = low_word(s[i] * scale);
+}
+
 template <typename T>
 inline T* row_at(T* base, A_long y, A_u_long rowbytes)
 {
@@ -186,21 +220,9 @@ void CVFloatWorld::copy_to_8bit_integer_world_regular(A_long w, A_long h, A_u_lo
 {
     const A_long rows = height_ < h ? height_ : h;
     const A_long cols = width_ < w ? width_ : w;
-    for (A_long y = 0; y < rows; ++y) {
-        const float* s = data_row_ptr(y);
-        A_u_char* d = row_at(dst, y, rowbytes);
-        A_long x = 0;
-        for (; x + 1 < cols; x += 2) {
-            for (int c = 0; c < 8; ++c) {
-                d[4 * x + c] = low_byte(s[4 * x + c] * kTo8);
-            }
-        }
-        if (x < cols) {
-            for (int c = 0; c < 4; ++c) {
-                d[4 * x + c] = low_byte(s[4 * x + c] * kTo8);
-            }
-        }
-    }
+    // Pixel pairs and a last single pixel: every pixel of the row, once.
+    const std::ptrdiff_t n = cols > 0 ? static_cast<std::ptrdiff_t>(cols) * 4 : 0;
+    for (A_long y = 0; y < rows; ++y) truncate_low_bytes(data_row_ptr(y), row_at(dst, y, rowbytes), n, kTo8);
 }
 
 // The row is the image's own width (w is not applied): the destination rows
@@ -248,15 +270,9 @@ void CVFloatWorld::copy_to_16bit_integer_world_regular(A_long w, A_long h, A_u_l
 {
     const A_long rows = height_ < h ? height_ : h;
     const A_long cols = width_ < w ? width_ : w;
-    for (A_long y = 0; y < rows; ++y) {
-        const float* s = data_row_ptr(y);
-        A_u_short* d = row_at(dst, y, rowbytes);
-        for (A_long x = 0; x < cols; x += 2) {
-            for (int c = 0; c < 8; ++c) {
-                d[4 * x + c] = low_word(s[4 * x + c] * kTo16);
-            }
-        }
-    }
+    // Pixel pairs only: an odd count writes the pixel after the last too.
+    const std::ptrdiff_t n = cols > 0 ? static_cast<std::ptrdiff_t>((cols + 1) & ~1) * 4 : 0;
+    for (A_long y = 0; y < rows; ++y) truncate_low_words(data_row_ptr(y), row_at(dst, y, rowbytes), n, kTo16);
 }
 
 void CVFloatWorld::copy_to_16bit_integer_world_simd(A_long w, A_long h, A_u_long rowbytes, A_u_short* dst) const

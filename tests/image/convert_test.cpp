@@ -87,6 +87,39 @@ TEST_F(ConvertTest, RegularPathTruncatesAndWraps)
     EXPECT_EQ(std::vector<int>(o16, o16 + 5), (std::vector<int>{32768, 16384, 32768, 65535, 0xC000}));
 }
 
+// The same rule over long rows (where the conversions go many values at a
+// time), for values in range, out of range both ways, huge and NaN: each
+// value truncated toward zero, its low bits kept, 0x80000000 for what does
+// not fit an int.
+TEST_F(ConvertTest, RegularPathsKeepTheRuleOnLongRows)
+{
+    const A_long w = 37;
+    CVFloatWorld f(w, 2);
+    std::uniform_real_distribution<float> u(-3.0f, 3.0f);
+    float* d = f.data_ptr();
+    for (size_t i = 0; i < f.rowbytes() / 2; ++i) d[i] = u(rng_);
+    d[5] = NAN;
+    d[9] = 1e20f;
+    d[13] = -1e20f;
+    d[17] = 0.999f;
+    auto truncated = [](float v) {
+        if (!(v > -2147483648.0f && v < 2147483648.0f)) return A_u_long{0x80000000u};
+        return static_cast<A_u_long>(static_cast<A_long>(v));
+    };
+    std::vector<A_u_char> out8(w * 4 * 2, 0xEE);
+    Access::to8_regular(f, w, 2, w * 4, out8.data());
+    std::vector<A_u_short> out16((w + 1) * 4 * 2, 0xEEEE);
+    Access::to16_regular(f, w, 2, (w + 1) * 8, out16.data());
+    for (A_long y = 0; y < 2; ++y)
+        for (A_long i = 0; i < (w + 1) * 4; ++i) {
+            const float v = f.data_row_ptr(y)[i];
+            if (i < w * 4) {
+                ASSERT_EQ(out8[y * w * 4 + i], truncated(v * 255.0f) & 0xFFu) << y << " " << i;
+            }
+            ASSERT_EQ(out16[y * (w + 1) * 4 + i], truncated(v * 32768.0f) & 0xFFFFu) << y << " " << i;
+        }
+}
+
 TEST_F(ConvertTest, SimdSixteenBitRoundsAndSaturates)
 {
     CVFloatWorld f(2, 1);
