@@ -137,8 +137,8 @@ int run_render(const Options& o) {
     if (need_auto) {
         auto_setup = runner.press_auto_setup();
         if (!o.quiet) {
-            std::fprintf(stderr, "Auto Setup (%dx%d in a %s fps composition) says:\n", info.width, info.height,
-                         comp_rate_text(plan.rate));
+            std::fprintf(stderr, "Auto Setup (%s, in a %s fps composition) says:\n",
+                         source_family_text(plan.standard, info.width, info.height).c_str(), comp_rate_text(plan.rate));
             print_effect_message(stderr, auto_setup.message);
         }
     }
@@ -147,8 +147,8 @@ int run_render(const Options& o) {
 
     const int64_t expected =
         output_frame_count(setup.layer_frames, plan, o.frames ? std::optional<int64_t>(*o.frames) : std::nullopt);
-    say(o.quiet, std::string("converting ") + standard_name(plan.standard) + " " +
-                     (plan.field_order == kUpperFirst ? "upper" : "lower") + " field first to " +
+    say(o.quiet, std::string("converting ") + source_family_text(plan.standard, info.width, info.height) + ", " +
+                     (plan.field_order == kUpperFirst ? "upper" : "lower") + " field first, to " +
                      comp_rate_text(plan.rate) + " fps: " + o.input + " -> " + o.output + " (" +
                      output_kind_name(kind) + ", " + std::to_string(plan.depth) + "-bit host frames" +
                      (o.draft ? ", draft" : "") + (o.show.empty() ? "" : ", view " + o.show) + ")");
@@ -240,7 +240,13 @@ int run_auto_setup(const Options& o) {
                 field_order_name(info.field_order), comp_rate_text(rate));
     std::printf("Auto Setup says:\n");
     print_effect_message(stdout, r.message);
-    std::printf("Source Video: %s\n", r.source_video == kSourceNtsc ? "NTSC" : r.source_video == kSourcePal ? "PAL" : "?");
+    if (r.source_video == kSourceNtsc || r.source_video == kSourcePal)
+        std::printf("Source Video: %s\n",
+                    source_family_text(r.source_video == kSourceNtsc ? SourceStandard::kNtsc : SourceStandard::kPal,
+                                       info.width, info.height)
+                        .c_str());
+    else
+        std::printf("Source Video: ?\n");
     std::printf("Field Order: %s\n", r.field_order == kUpperFirst   ? "Upper Field First"
                                      : r.field_order == kLowerFirst ? "Lower Field First"
                                                                     : "?");

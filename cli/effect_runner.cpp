@@ -105,8 +105,10 @@ void print_effect_message(std::FILE* out, const std::string& message) {
             line += c;
     }
     if (!line.empty()) flush();
-    // The effect cuts its messages at 255 characters.
-    if (message.size() >= 255) std::fprintf(out, "  [the effect cut its message at 255 characters]\n");
+    // Printed whole: the only cut is the effect's own, at the 255 characters
+    // the host's message field holds.
+    if (message.size() >= 255)
+        std::fprintf(out, "  [the effect cut its message at 255 characters, the length of the host's message field]\n");
 }
 
 std::string resolve_module_path(const std::string& option) {

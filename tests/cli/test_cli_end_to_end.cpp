@@ -142,6 +142,7 @@ TEST(CliAutoSetup, ReportsTheEffectsMessageForNtscAndPal) {
     const std::string ntsc = make_clip(dir, "ntsc.mkv", 720, 480, "30000/1001", 1);
     const std::string pal = make_clip(dir, "pal.mkv", 720, 576, "25", 1);
     const std::string odd = make_clip(dir, "odd.mkv", 32, 24, "30000/1001", 1);
+    const std::string hd = make_clip(dir, "hd.mkv", 1920, 1080, "30000/1001", 1);
     struct Case {
         std::vector<std::string> args;
         std::initializer_list<const char*> says;
@@ -149,11 +150,17 @@ TEST(CliAutoSetup, ReportsTheEffectsMessageForNtscAndPal) {
     const Case cases[] = {
         {{ntsc},
          {"Auto Setup Successful!", "your footage is NTSC", "most likely Lower Field First", "23.976",
-          "Source Video: NTSC", "Field Order: Lower Field First"}},
-        {{pal}, {"Auto Setup Successful!", "your footage is PAL", "Source Video: PAL"}},
-        // PAL in a 23.976 composition: the effect's long message arrives cut,
-        // and tessen says so rather than passing the cut off as the whole text.
-        {{pal, "--rate", "23.976"}, {"Since your comp is set to 23.976 fps", "cut its message at 255 characters"}},
+          "Source Video: NTSC rates (59.94 fields/s), 720x480", "Field Order: Lower Field First"}},
+        {{pal}, {"Auto Setup Successful!", "your footage is PAL", "Source Video: PAL rates (50 fields/s), 720x576"}},
+        // PAL in a 23.976 composition: the effect's long message arrives cut
+        // at 255 characters; tessen prints all of them and says where the cut is.
+        {{pal, "--rate", "23.976"},
+         {"Since your comp is set to 23.976 fps", "as long as your footage is properly int\n",
+          "cut its message at 255 characters"}},
+        // HD is NTSC or PAL by its field rate, which tessen names.
+        {{hd},
+         {"either HD 1080/60i or 1080/50i", "from your HD source. It's a\n", "cut its message at 255 characters",
+          "Source Video: NTSC rates (59.94 fields/s), 1920x1080", "Field Order: Upper Field First"}},
         // At a size Auto Setup does not know, it says so in its own words.
         {{odd}, {"Auto Setup Failed."}},
     };
@@ -174,7 +181,9 @@ TEST(CliAutoSetup, RenderPressesTheButtonAndTheFilesFieldOrderWins) {
     const std::string out = dir.file("out.mkv");
     RunResult r = run_tessen({"render", in, out, "--frames", "1"});
     ASSERT_EQ(r.exit_code, 0) << r.err;
-    expect_all(r.err, {"Auto Setup Successful!", "upper field first, as the file records it", "Auto Setup guessed lower"});
+    expect_all(r.err, {"Auto Setup (NTSC rates (59.94 fields/s), 720x480, in a 23.976 fps composition) says:",
+                       "Auto Setup Successful!", "upper field first, as the file records it", "Auto Setup guessed lower",
+                       "converting NTSC rates (59.94 fields/s), 720x480, upper field first, to 23.976 fps"});
     EXPECT_EQ(read_all(out).frames.size(), 1u);
 }
 
