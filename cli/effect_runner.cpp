@@ -134,9 +134,10 @@ EffectRunner::EffectRunner(const EffectSetup& setup) : impl_(std::make_unique<Im
     clip.width = setup.width;
     clip.height = setup.height;
     clip.deep = setup.depth == 16;
-    // The caller holds the ends of the clip itself (its length may not be
+    // The caller decides what stands outside the clip (its length may not be
     // known before the last frame is read), so the host never clamps.
     clip.frame_count = INT_MAX / 2;
+    clip.frame_serves_outside = true;
     Impl* mp = impl_.get();
     clip.frame = [mp](A_long index, headless::World& into) {
         if (mp->pending) return;

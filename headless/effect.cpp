@@ -24,13 +24,20 @@ InputClip InputClip::from_frames(std::vector<World> frames, double fps) {
     return c;
 }
 
-A_long clip_frame_at(double seconds, double fps, A_long frame_count) {
+A_long clip_frame_index(double seconds, double fps) {
     // The epsilon keeps a time that is a whole frame in exact arithmetic (but
     // a hair below it in floating point) on that frame.
     const double f = std::floor(seconds * fps + 1e-6);
-    if (!(f > 0)) return 0;
-    if (f >= frame_count - 1) return frame_count > 0 ? frame_count - 1 : 0;
+    if (!(f > -1e9)) return -1000000000;
+    if (!(f < 1e9)) return 1000000000;
     return static_cast<A_long>(f);
+}
+
+A_long clip_frame_at(double seconds, double fps, A_long frame_count) {
+    const A_long f = clip_frame_index(seconds, fps);
+    if (f <= 0) return 0;
+    if (f >= frame_count - 1) return frame_count > 0 ? frame_count - 1 : 0;
+    return f;
 }
 
 void time_base_for_rate(double fps, A_u_long* time_scale, A_long* time_step) {
@@ -385,7 +392,9 @@ PF_Err EffectInstance::checkout(PF_ParamIndex index, A_long time, A_long step, A
         checkouts_[param] = nullptr;
         return PF_Err_NONE;
     }
-    const A_long frame = clip_frame_at(static_cast<double>(time) / scale, clip_.fps, clip_.frame_count);
+    const double seconds = static_cast<double>(time) / scale;
+    const A_long frame = clip_.frame_serves_outside ? clip_frame_index(seconds, clip_.fps)
+                                                    : clip_frame_at(seconds, clip_.fps, clip_.frame_count);
     // Nothing may unwind through the effect's frames: a failing clip becomes an error code.
     std::unique_ptr<World> world;
     try {

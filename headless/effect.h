@@ -30,6 +30,11 @@ struct InputClip {
     // Writes frame `index` into `into` (already width × height at the clip's
     // depth, zero-filled). Unset: every frame is transparent black.
     std::function<void(A_long index, World& into)> frame;
+    // Times outside the clip: false holds the first or last frame, as After
+    // Effects holds footage; true passes the index as it falls (negative
+    // before the start, frame_count or more past the end) to `frame`, which
+    // decides what stands there.
+    bool frame_serves_outside = false;
 
     // A clip of ready-made frames (all of one size and depth; at least one).
     static InputClip from_frames(std::vector<World> frames, double fps);
@@ -37,6 +42,9 @@ struct InputClip {
 
 // The frame a clip of `frame_count` frames at `fps` shows at `seconds`.
 A_long clip_frame_at(double seconds, double fps, A_long frame_count);
+// The frame index at `seconds` counted without the clip's ends (negative
+// before the start).
+A_long clip_frame_index(double seconds, double fps);
 
 // time_scale and time_step for a composition rate, as After Effects gives
 // them: 23.976 -> 2997/125, 29.97 -> 2997/100, 24 -> 2400/100, 25 -> 2500/100,

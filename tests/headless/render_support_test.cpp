@@ -64,7 +64,7 @@ TEST(TimeBase, NtscAndWholeRatesGiveExactFloatQuotients) {
     EXPECT_NE(static_cast<float>(scale) / static_cast<float>(step), 23.976f);
 }
 
-TEST(Checkout, FrameShownAtEachTimeWithFirstAndLastHeld) {
+TEST(Checkout, FrameShownAtEachTimeWithFirstAndLastHeldUnlessTheClipServesThem) {
     // A 29.97 clip of 10 frames seen from a 23.976 composition, checked out at
     // the times the effect asks for (its own time units and scales).
     std::vector<std::pair<A_long, A_u_long>> asks;  // time, scale
@@ -101,6 +101,14 @@ TEST(Checkout, FrameShownAtEachTimeWithFirstAndLastHeld) {
     EXPECT_EQ(seen, (std::vector<A_long>{0, 0, 0, 1, 1, 2, 8, 9, 9, 1, 3}));
     EXPECT_EQ(e.checked_out_frames(), seen);
     EXPECT_EQ(e.outstanding_checkouts(), 0);
+
+    // A clip that serves the times outside itself gets the indices as they fall.
+    InputClip outside = numbered_clip(10, 29.97);
+    outside.frame_serves_outside = true;
+    e.set_input(outside);
+    e.clear_checkout_log();
+    ASSERT_EQ(e.render(), PF_Err_NONE);
+    EXPECT_EQ(e.checked_out_frames(), (std::vector<A_long>{-2, 0, 0, 1, 1, 2, 8, 9, 50, 1, 3}));
     EXPECT_TRUE(e.host().clean()) << e.host().leak_report();
 }
 
