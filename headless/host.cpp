@@ -193,12 +193,13 @@ struct Host::Impl {
         if (size > (A_HandleSize(1) << 40)) return nullptr;  // nothing real asks for a terabyte
         auto rec = std::make_unique<HandleRec>();
         const size_t n = static_cast<size_t>(size);
-        rec->block = static_cast<char*>(std::malloc(n + kTailGuard + 16));
+        rec->block = h->take_spare_block(n);
+        if (!rec->block) rec->block = static_cast<char*>(std::malloc(n + kTailGuard + 16));
         if (!rec->block) return nullptr;
         rec->data = rec->block + h->handle_misalign_;
         rec->size = n;
         rec->serial = h->allocation_requests_;
-        std::memset(rec->data, kFreshByte, n);
+        if (!h->recycle_) std::memset(rec->data, kFreshByte, n);
         std::memset(rec->data + n, kTailByte, kTailGuard);
         PF_Handle handle = reinterpret_cast<PF_Handle>(&rec->data);
         h->handles_[handle] = std::move(rec);
@@ -243,8 +244,12 @@ struct Host::Impl {
         }
         HandleRec* r = it->second.get();
         if (!r->tail_intact()) h->report_problem("handle written past its end (" + std::to_string(r->size) + " bytes)");
-        std::memset(r->data, kDeadByte, r->size);
-        std::free(r->block);
+        if (h->recycle_) {
+            h->keep_spare_block(r->block, r->size);
+        } else {
+            std::memset(r->data, kDeadByte, r->size);
+            std::free(r->block);
+        }
         h->handles_.erase(it);
     }
 
@@ -279,10 +284,10 @@ struct Host::Impl {
         char* block = static_cast<char*>(std::malloc(n + kTailGuard + 16));
         if (!block) return PF_Err_OUT_OF_MEMORY;
         char* data = block + h->handle_misalign_;
-        std::memset(data, kFreshByte, n);
+        if (!h->recycle_) std::memset(data, kFreshByte, n);
         std::memcpy(data, r->data, std::min(n, r->size));
         std::memset(data + n, kTailByte, kTailGuard);
-        std::memset(r->data, kDeadByte, r->size);
+        if (!h->recycle_) std::memset(r->data, kDeadByte, r->size);
         std::free(r->block);
         r->block = block;
         r->data = data;
@@ -674,6 +679,7 @@ Host::Host() : previous_(g_current.exchange(this)), dll_instance_(&dll_token_) {
 
 Host::~Host() {
     for (auto& kv : handles_) std::free(kv.second->block);
+    free_spare_blocks();
     for (auto& kv : blocks_) std::free(kv.first);
     Host* expected = this;
     if (!g_current.compare_exchange_strong(expected, previous_)) {
@@ -738,6 +744,39 @@ std::map<std::pair<std::string, int32>, int> Host::suite_balances() const {
         if (kv.second.acquired != kv.second.released) out[kv.first] = kv.second.acquired - kv.second.released;
     }
     return out;
+}
+
+void Host::set_recycle_memory(bool on) {
+    std::lock_guard<std::recursive_mutex> lock(mutex_);
+    recycle_ = on;
+    if (!on) free_spare_blocks();
+}
+
+// Blocks are kept by exact size: an effect asks for the same sizes frame
+// after frame. The total kept is bounded so that an odd mix cannot hoard.
+char* Host::take_spare_block(size_t size) {
+    auto it = spare_blocks_.find(size);
+    if (it == spare_blocks_.end()) return nullptr;
+    char* block = it->second;
+    spare_blocks_.erase(it);
+    spare_bytes_ -= size;
+    return block;
+}
+
+void Host::keep_spare_block(char* block, size_t size) {
+    constexpr size_t kMaxSpareBytes = size_t(2) << 30;
+    if (spare_bytes_ + size > kMaxSpareBytes) {
+        std::free(block);
+        return;
+    }
+    spare_blocks_.emplace(size, block);
+    spare_bytes_ += size;
+}
+
+void Host::free_spare_blocks() {
+    for (auto& kv : spare_blocks_) std::free(kv.second);
+    spare_blocks_.clear();
+    spare_bytes_ = 0;
 }
 
 Host::HandleRec* Host::find_handle(PF_Handle h) const {

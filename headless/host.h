@@ -98,6 +98,15 @@ public:
     // Handle data starts this many bytes (0 or 8) past a 16-byte boundary, so
     // code that assumes host memory is 16-byte aligned shows itself.
     void set_handle_misalignment(size_t bytes) { handle_misalign_ = bytes; }
+    // Memory recycling, off by default. Off, new handle data is filled with
+    // 0xCD and disposed data with 0xDD, so that reading what nobody wrote or
+    // what was given back shows itself in tests, and an effect instance gives
+    // every render fresh zero-filled worlds. On (for speed, as a real host
+    // runs), handle data comes as it lies, disposed blocks are kept for
+    // requests of the same size, and worlds are reused across renders
+    // (EffectInstance). Tail guards are checked either way.
+    void set_recycle_memory(bool on);
+    bool recycle_memory() const { return recycle_; }
 
     // ---- SPBasicSuite blocks
     size_t live_blocks() const;
@@ -173,6 +182,13 @@ private:
     size_t fail_at_ = 0;    // absolute request number that fails, 0 = none
     size_t fail_from_ = 0;  // absolute request number from which all fail, 0 = none
     size_t handle_misalign_ = 0;
+    bool recycle_ = false;
+    // Disposed handle blocks by data size, kept while recycling.
+    std::multimap<size_t, char*> spare_blocks_;
+    size_t spare_bytes_ = 0;
+    char* take_spare_block(size_t size);
+    void keep_spare_block(char* block, size_t size);
+    void free_spare_blocks();
 
     std::map<void*, size_t> blocks_;
     std::map<PF_PixelPtr, std::unique_ptr<World>> worlds_;  // from new_world
