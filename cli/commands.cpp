@@ -8,6 +8,7 @@
 #include "cli/frame_source.h"
 #include "cli/interrupt.h"
 #include "cli/options.h"
+#include "cli/pipeline.h"
 #include "cli/progress.h"
 #include "cli/video_io.h"
 
@@ -117,7 +118,9 @@ int run_render(const Options& o) {
         throw Failure(kExitOutput, e.what());
     }
 
-    FrameSource source(
+    // Declared after the reader and the writer: its threads stop before they go.
+    RenderPipeline pipeline(
+        o.threads != 1,
         [&](HostFrame& f) {
             try {
                 return reader->read(f, plan.depth);
@@ -125,7 +128,15 @@ int run_render(const Options& o) {
                 throw Failure(kExitInput, e.what());
             }
         },
-        plan.first_source_frame);
+        [&](const HostFrame& f) {
+            try {
+                writer->write(f);
+            } catch (const CliError& e) {
+                throw Failure(kExitOutput, e.what());
+            }
+        },
+        check_interrupt);
+    FrameSource source([&](HostFrame& f) { return pipeline.next(f); }, plan.first_source_frame);
     if (!source.has(0)) throw Failure(kExitUsage, o.input + ": --start lies beyond the last frame");
 
     EffectSetup setup = setup_for(o, info, plan);
@@ -167,15 +178,18 @@ int run_render(const Options& o) {
         // those now, so read errors surface here and not inside the effect.
         source.has(cur + 2);
         source.release_before(cur - 1);
-        runner.render(k, out);
-        check_interrupt();
         try {
-            writer->write(out);
-        } catch (const CliError& e) {
-            throw Failure(kExitOutput, e.what());
+            runner.render(k, out);
+        } catch (...) {
+            // One thread would have met a failed write of an earlier frame first.
+            pipeline.settle();
+            throw;
         }
+        check_interrupt();
+        pipeline.put(out);
         progress.update(k + 1);
     }
+    pipeline.drain();
     if (k == 0) throw Failure(kExitInput, o.input + ": no frames to convert");
     progress.finish();
 

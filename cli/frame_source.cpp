@@ -20,6 +20,10 @@ bool FrameSource::fill_to(int64_t i) {
     }
     while (!ended_ && end_ <= i) {
         HostFrame f;
+        if (!spare_.empty()) {
+            f = std::move(spare_.back());
+            spare_.pop_back();
+        }
         if (!decode_(f)) {
             ended_ = true;
             break;
@@ -55,6 +59,7 @@ const HostFrame& FrameSource::at(int64_t i) {
 void FrameSource::release_before(int64_t i) {
     // Always keep the newest frame: it stands in for everything past the end.
     while (window_.size() > 1 && window_start_ < i) {
+        if (spare_.size() < 2) spare_.push_back(std::move(window_.front()));
         window_.pop_front();
         ++window_start_;
     }

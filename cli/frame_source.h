@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <vector>
 
 namespace tessen::cli {
 
@@ -43,6 +44,7 @@ private:
     std::function<bool(HostFrame&)> decode_;
     int64_t skip_;
     std::deque<HostFrame> window_;
+    std::vector<HostFrame> spare_;  // released frames whose buffers the next decodes reuse
     int64_t window_start_ = 0;  // index of window_.front()
     int64_t end_ = 0;           // frames decoded so far
     bool ended_ = false;
