@@ -118,7 +118,7 @@ void BM_Render(benchmark::State& state)
         frames.push_back(std::move(world));
     }
     headless::EffectInstance fx(&EntryPointFunc);
-    fx.host().set_fast_memory(true);  // memory as a real host gives it
+    fx.host().set_recycle_memory(true);  // memory as a real host gives it
     if (fx.setup() != PF_Err_NONE) {
         state.SkipWithError("effect set-up failed");
         return;

@@ -8,6 +8,7 @@
 #include "cli/frame_source.h"
 #include "cli/interrupt.h"
 #include "cli/options.h"
+#include "cli/pipeline.h"
 #include "cli/progress.h"
 #include "cli/video_io.h"
 
@@ -117,7 +118,9 @@ int run_render(const Options& o) {
         throw Failure(kExitOutput, e.what());
     }
 
-    FrameSource source(
+    // Declared after the reader and the writer: its threads stop before they go.
+    RenderPipeline pipeline(
+        o.threads != 1,
         [&](HostFrame& f) {
             try {
                 return reader->read(f, plan.depth);
@@ -125,7 +128,15 @@ int run_render(const Options& o) {
                 throw Failure(kExitInput, e.what());
             }
         },
-        plan.first_source_frame);
+        [&](const HostFrame& f) {
+            try {
+                writer->write(f);
+            } catch (const CliError& e) {
+                throw Failure(kExitOutput, e.what());
+            }
+        },
+        check_interrupt);
+    FrameSource source([&](HostFrame& f) { return pipeline.next(f); }, plan.first_source_frame);
     if (!source.has(0)) throw Failure(kExitUsage, o.input + ": --start lies beyond the last frame");
 
     EffectSetup setup = setup_for(o, info, plan);
@@ -137,8 +148,8 @@ int run_render(const Options& o) {
     if (need_auto) {
         auto_setup = runner.press_auto_setup();
         if (!o.quiet) {
-            std::fprintf(stderr, "Auto Setup (%dx%d in a %s fps composition) says:\n", info.width, info.height,
-                         comp_rate_text(plan.rate));
+            std::fprintf(stderr, "Auto Setup (%s, in a %s fps composition) says:\n",
+                         source_family_text(plan.standard, info.width, info.height).c_str(), comp_rate_text(plan.rate));
             print_effect_message(stderr, auto_setup.message);
         }
     }
@@ -147,8 +158,8 @@ int run_render(const Options& o) {
 
     const int64_t expected =
         output_frame_count(setup.layer_frames, plan, o.frames ? std::optional<int64_t>(*o.frames) : std::nullopt);
-    say(o.quiet, std::string("converting ") + standard_name(plan.standard) + " " +
-                     (plan.field_order == kUpperFirst ? "upper" : "lower") + " field first to " +
+    say(o.quiet, std::string("converting ") + source_family_text(plan.standard, info.width, info.height) + ", " +
+                     (plan.field_order == kUpperFirst ? "upper" : "lower") + " field first, to " +
                      comp_rate_text(plan.rate) + " fps: " + o.input + " -> " + o.output + " (" +
                      output_kind_name(kind) + ", " + std::to_string(plan.depth) + "-bit host frames" +
                      (o.draft ? ", draft" : "") + (o.show.empty() ? "" : ", view " + o.show) + ")");
@@ -167,15 +178,18 @@ int run_render(const Options& o) {
         // those now, so read errors surface here and not inside the effect.
         source.has(cur + 2);
         source.release_before(cur - 1);
-        runner.render(k, out);
-        check_interrupt();
         try {
-            writer->write(out);
-        } catch (const CliError& e) {
-            throw Failure(kExitOutput, e.what());
+            runner.render(k, out);
+        } catch (...) {
+            // One thread would have met a failed write of an earlier frame first.
+            pipeline.settle();
+            throw;
         }
+        check_interrupt();
+        pipeline.put(out);
         progress.update(k + 1);
     }
+    pipeline.drain();
     if (k == 0) throw Failure(kExitInput, o.input + ": no frames to convert");
     progress.finish();
 
@@ -240,7 +254,13 @@ int run_auto_setup(const Options& o) {
                 field_order_name(info.field_order), comp_rate_text(rate));
     std::printf("Auto Setup says:\n");
     print_effect_message(stdout, r.message);
-    std::printf("Source Video: %s\n", r.source_video == kSourceNtsc ? "NTSC" : r.source_video == kSourcePal ? "PAL" : "?");
+    if (r.source_video == kSourceNtsc || r.source_video == kSourcePal)
+        std::printf("Source Video: %s\n",
+                    source_family_text(r.source_video == kSourceNtsc ? SourceStandard::kNtsc : SourceStandard::kPal,
+                                       info.width, info.height)
+                        .c_str());
+    else
+        std::printf("Source Video: ?\n");
     std::printf("Field Order: %s\n", r.field_order == kUpperFirst   ? "Upper Field First"
                                      : r.field_order == kLowerFirst ? "Lower Field First"
                                                                     : "?");

@@ -61,6 +61,12 @@ std::optional<SourceStandard> standard_for_rate(Rational rate) {
 
 const char* standard_name(SourceStandard s) { return s == SourceStandard::kNtsc ? "NTSC" : "PAL"; }
 
+std::string source_family_text(SourceStandard s, int width, int height) {
+    // HD frames run at the same field rates; the effect calls them NTSC or PAL too.
+    return std::string(standard_name(s)) + (s == SourceStandard::kNtsc ? " rates (59.94 fields/s), " : " rates (50 fields/s), ") +
+           std::to_string(width) + "x" + std::to_string(height);
+}
+
 bool conversion_supported(SourceStandard s, CompRate rate) {
     if (s == SourceStandard::kNtsc) return rate == CompRate::k23_976 || rate == CompRate::k29_97;
     return rate == CompRate::k23_976 || rate == CompRate::k25;

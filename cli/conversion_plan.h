@@ -32,6 +32,9 @@ Rational comp_frame_rate(CompRate rate);  // 24000/1001, 30000/1001, 25/1
 // The source standard a frame rate stands for, if any.
 std::optional<SourceStandard> standard_for_rate(Rational rate);
 const char* standard_name(SourceStandard s);  // "NTSC", "PAL"
+// The source family in words for people who do not know the standards by
+// name: "NTSC rates (59.94 fields/s), 1920x1080", "PAL rates (50 fields/s), 720x576".
+std::string source_family_text(SourceStandard s, int width, int height);
 
 // Supported conversions: NTSC to 23.976 or 29.97, PAL to 23.976 or 25.
 bool conversion_supported(SourceStandard s, CompRate rate);

@@ -4,6 +4,7 @@
 #include "cli/conversion_plan.h"
 #include "cli/effect_runner.h"
 #include "cli/exit_codes.h"
+#include "cli/frame_source.h"
 #include "cli/interrupt.h"
 #include "cli/png_image.h"
 #include "cli/progress.h"
@@ -144,9 +145,7 @@ int run_demo(const Options& o) {
     setup.layer_rate = plan.layer_rate;
     setup.layer_frames = kInterlacedFrames;
     setup.frame_at = [&](int64_t i) -> const HostFrame& {
-        if (i < 0) i = 0;
-        if (i >= kInterlacedFrames) i = kInterlacedFrames - 1;
-        return input[static_cast<size_t>(i)];
+        return input[static_cast<size_t>(stand_in_frame(i, kInterlacedFrames))];
     };
     EffectRunner runner(setup);
     AutoSetupResult auto_setup = runner.press_auto_setup();

@@ -105,8 +105,10 @@ void print_effect_message(std::FILE* out, const std::string& message) {
             line += c;
     }
     if (!line.empty()) flush();
-    // The effect cuts its messages at 255 characters.
-    if (message.size() >= 255) std::fprintf(out, "  [the effect cut its message at 255 characters]\n");
+    // Printed whole: the only cut is the effect's own, at the 255 characters
+    // the host's message field holds.
+    if (message.size() >= 255)
+        std::fprintf(out, "  [the effect cut its message at 255 characters, the length of the host's message field]\n");
 }
 
 std::string resolve_module_path(const std::string& option) {
@@ -121,6 +123,9 @@ EffectRunner::EffectRunner(const EffectSetup& setup) : impl_(std::make_unique<Im
     m.module = load_module(setup.module_path);
     m.effect = std::make_unique<headless::EffectInstance>(m.module->entry());
     headless::EffectInstance& fx = *m.effect;
+    // As a host in production runs: memory as it lies and reused from frame
+    // to frame (the test host's poisoning costs a fill of every image).
+    fx.host().set_recycle_memory(true);
 
     // The composition.
     fx.set_time_base(setup.time_base.time_scale, setup.time_base.time_step);
@@ -132,9 +137,10 @@ EffectRunner::EffectRunner(const EffectSetup& setup) : impl_(std::make_unique<Im
     clip.width = setup.width;
     clip.height = setup.height;
     clip.deep = setup.depth == 16;
-    // The caller holds the ends of the clip itself (its length may not be
+    // The caller decides what stands outside the clip (its length may not be
     // known before the last frame is read), so the host never clamps.
     clip.frame_count = INT_MAX / 2;
+    clip.frame_serves_outside = true;
     Impl* mp = impl_.get();
     clip.frame = [mp](A_long index, headless::World& into) {
         if (mp->pending) return;

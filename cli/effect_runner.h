@@ -24,7 +24,8 @@ struct EffectSetup {
     Rational layer_rate;       // footage interpretation of the input layer
     int64_t layer_frames = 0;  // known or estimated duration of the layer, in frames
     bool diagnostic_views = false;
-    // Source frame i of the layer (held at the ends by the caller).
+    // Source frame i of the layer; i may lie outside the clip (negative
+    // before the start), and the caller decides what stands there.
     std::function<const HostFrame&(int64_t)> frame_at;
 };
 

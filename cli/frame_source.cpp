@@ -2,6 +2,8 @@
 
 #include "cli/cli_error.h"
 
+#include <algorithm>
+
 namespace tessen::cli {
 
 FrameSource::FrameSource(std::function<bool(HostFrame&)> decode, int64_t first_frame)
@@ -18,6 +20,10 @@ bool FrameSource::fill_to(int64_t i) {
     }
     while (!ended_ && end_ <= i) {
         HostFrame f;
+        if (!spare_.empty()) {
+            f = std::move(spare_.back());
+            spare_.pop_back();
+        }
         if (!decode_(f)) {
             ended_ = true;
             break;
@@ -34,9 +40,17 @@ bool FrameSource::has(int64_t i) {
     return i < end_ || fill_to(i);
 }
 
+int64_t stand_in_frame(int64_t i, int64_t count) {
+    if (count <= 0) return 0;
+    if (i < 0) i = -i;
+    return std::min(i, count - 1);
+}
+
 const HostFrame& FrameSource::at(int64_t i) {
-    if (i < 0) i = 0;
-    if (!has(i)) i = end_ - 1;
+    // Before the start the mirrored frame decides how far to read; past the
+    // end, reading finds where the end is.
+    if (i < 0) has(-i);
+    if (!has(i)) i = stand_in_frame(i, end_);
     if (window_.empty() || i < 0) throw CliError("", "the video has no frames");
     if (i < window_start_) i = window_start_;  // released already: the oldest kept stands in
     return window_[static_cast<size_t>(i - window_start_)];
@@ -45,6 +59,7 @@ const HostFrame& FrameSource::at(int64_t i) {
 void FrameSource::release_before(int64_t i) {
     // Always keep the newest frame: it stands in for everything past the end.
     while (window_.size() > 1 && window_start_ < i) {
+        if (spare_.size() < 2) spare_.push_back(std::move(window_.front()));
         window_.pop_front();
         ++window_start_;
     }

@@ -8,8 +8,20 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <vector>
 
 namespace tessen::cli {
+
+// The frame that stands in for frame i of a clip of `count` frames when i
+// lies outside it. Before the start, the mirror image about the first frame
+// (-1 -> 1): the effect compares the fields of the previous frame with those
+// of the current one, and the first frame held in place of its missing
+// predecessor would match itself, show no motion and weave a moving picture
+// into combs, while the next frame lies as far away in time and shows the
+// motion. Past the end, the last frame: there the effect still compares the
+// previous frame with the current one, and the last frame's own field is the
+// nearest in time to merge with (as near as the missing next frame's).
+int64_t stand_in_frame(int64_t i, int64_t count);
 
 class FrameSource {
 public:
@@ -19,8 +31,7 @@ public:
 
     // Whether frame i (counted from the first frame) exists; reads ahead as needed.
     bool has(int64_t i);
-    // Frame i, held to the frames that exist (the last one past the end, the
-    // first one before the start), as a host holds the ends of a layer.
+    // Frame i; a frame outside the clip is stood in for by stand_in_frame().
     const HostFrame& at(int64_t i);
     // Forget frames before i.
     void release_before(int64_t i);
@@ -33,6 +44,7 @@ private:
     std::function<bool(HostFrame&)> decode_;
     int64_t skip_;
     std::deque<HostFrame> window_;
+    std::vector<HostFrame> spare_;  // released frames whose buffers the next decodes reuse
     int64_t window_start_ = 0;  // index of window_.front()
     int64_t end_ = 0;           // frames decoded so far
     bool ended_ = false;

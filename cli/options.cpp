@@ -146,6 +146,9 @@ const char* help_text() {
            "  --start F|T              first source frame (an index such as 120) or time (such\n"
            "                           as 4.5s or 00:01:04.5)\n"
            "  --frames N               number of output frames to write\n"
+           "  --threads 1              decode, render and encode one after another on one\n"
+           "                           thread (default: each on a thread of its own, in a\n"
+           "                           pipeline; the effect itself always runs on one thread)\n"
            "  --module PATH            effect module to load (default: $TESSEN_MODULE, else the\n"
            "                           module built with tessen)\n"
            "  -y                       overwrite OUT if it exists\n"
@@ -339,6 +342,14 @@ ParseResult parse_command_line(const std::vector<std::string>& args) {
                 return r;
             }
             o.frames = v;
+        } else if (opt == "--threads") {
+            if (!render_only() || !take()) return r;
+            long long v = 0;
+            if (!parse_long(value, v) || v < 1) {
+                r.error = "--threads must be a whole number of at least 1 (got '" + value + "')";
+                return r;
+            }
+            o.threads = v == 1 ? 1 : 0;
         } else {
             r.error = "unknown option '" + a + "'";
             return r;

@@ -43,6 +43,7 @@ struct Options {
     int depth = 0;  // 0: chosen from the source's bit depth
     std::optional<StartPoint> start;
     std::optional<long long> frames;
+    int threads = 0;  // 0: decoding, the effect and encoding on threads of their own; 1: all on one
     bool overwrite = false;
     bool quiet = false;
     std::string module;  // empty: TESSEN_MODULE or the built-in path

@@ -24,13 +24,20 @@ InputClip InputClip::from_frames(std::vector<World> frames, double fps) {
     return c;
 }
 
-A_long clip_frame_at(double seconds, double fps, A_long frame_count) {
+A_long clip_frame_index(double seconds, double fps) {
     // The epsilon keeps a time that is a whole frame in exact arithmetic (but
     // a hair below it in floating point) on that frame.
     const double f = std::floor(seconds * fps + 1e-6);
-    if (!(f > 0)) return 0;
-    if (f >= frame_count - 1) return frame_count > 0 ? frame_count - 1 : 0;
+    if (!(f > -1e9)) return -1000000000;
+    if (!(f < 1e9)) return 1000000000;
     return static_cast<A_long>(f);
+}
+
+A_long clip_frame_at(double seconds, double fps, A_long frame_count) {
+    const A_long f = clip_frame_index(seconds, fps);
+    if (f <= 0) return 0;
+    if (f >= frame_count - 1) return frame_count > 0 ? frame_count - 1 : 0;
+    return f;
 }
 
 void time_base_for_rate(double fps, A_u_long* time_scale, A_long* time_step) {
@@ -164,6 +171,45 @@ World EffectInstance::make_layer(A_long frame) const {
     return scaled;
 }
 
+void EffectInstance::make_layer_into(A_long frame, World& into) const {
+    const A_long w = layer_width(), h = layer_height();
+    if (!clip_.frame || w != clip_.width || h != clip_.height) {
+        into = make_layer(frame);
+        return;
+    }
+    if (into.width() != w || into.height() != h || into.deep() != clip_.deep) into = World(w, h, clip_.deep, false);
+    clip_.frame(frame, into);
+    if (into.width() != clip_.width || into.height() != clip_.height || into.deep() != clip_.deep)
+        throw std::runtime_error("the input clip produced a frame of the wrong size or depth");
+}
+
+std::unique_ptr<World> EffectInstance::take_layer_world(A_long frame) {
+    if (!host_->recycle_memory()) return std::make_unique<World>(make_layer(frame));
+    std::unique_ptr<World> world;
+    if (!spare_layers_.empty()) {
+        world = std::move(spare_layers_.back());
+        spare_layers_.pop_back();
+    } else {
+        world = std::make_unique<World>();
+    }
+    make_layer_into(frame, *world);
+    return world;
+}
+
+namespace {
+
+// Zero in every pixel of `w` outside `r`.
+void clear_outside(World& w, const PF_Rect& r) {
+    const PF_Pixel zero{0, 0, 0, 0};
+    const PF_Rect bands[4] = {{0, 0, w.width(), r.top},
+                              {0, r.bottom, w.width(), w.height()},
+                              {0, r.top, r.left, r.bottom},
+                              {r.right, r.top, w.width(), r.bottom}};
+    for (const PF_Rect& b : bands) fill_rect8(&zero, &b, &w.def());
+}
+
+}  // namespace
+
 PF_Err EffectInstance::call(PF_Cmd cmd, PF_LayerDef* output, void* extra) {
     PF_InData& in = host_->in_data();
     PF_OutData& out = host_->out_data();
@@ -281,13 +327,21 @@ PF_Err EffectInstance::setup() {
 PF_Err EffectInstance::render() {
     PF_InData& in = host_->in_data();
     const double seconds = in.time_scale ? static_cast<double>(in.current_time) / in.time_scale : 0.0;
-    input_world_ = make_layer(clip_frame_at(seconds, clip_.fps, clip_.frame_count));
+    const bool recycle = host_->recycle_memory();
+    const A_long frame = clip_frame_at(seconds, clip_.fps, clip_.frame_count);
+    if (recycle)
+        make_layer_into(frame, input_world_);
+    else
+        input_world_ = make_layer(frame);
     if (!params_.empty()) {
         params_[0].u.ld = input_world_.def();
         params_[0].param_type = PF_Param_LAYER;
     }
-    output_ = World(input_world_.width(), input_world_.height(), clip_.deep);
+    const bool keep = recycle && output_.width() == input_world_.width() &&
+                      output_.height() == input_world_.height() && output_.deep() == clip_.deep;
+    if (!keep) output_ = World(input_world_.width(), input_world_.height(), clip_.deep, !recycle);
     in.extent_hint = extent_set_ ? extent_ : PF_Rect{0, 0, output_.width(), output_.height()};
+    if (recycle) clear_outside(output_, in.extent_hint);
     output_.def().extent_hint = PF_UnionableRect{in.extent_hint.left, in.extent_hint.top, in.extent_hint.right,
                                                  in.extent_hint.bottom};
     input_world_.def().extent_hint = output_.def().extent_hint;
@@ -385,11 +439,13 @@ PF_Err EffectInstance::checkout(PF_ParamIndex index, A_long time, A_long step, A
         checkouts_[param] = nullptr;
         return PF_Err_NONE;
     }
-    const A_long frame = clip_frame_at(static_cast<double>(time) / scale, clip_.fps, clip_.frame_count);
+    const double seconds = static_cast<double>(time) / scale;
+    const A_long frame = clip_.frame_serves_outside ? clip_frame_index(seconds, clip_.fps)
+                                                    : clip_frame_at(seconds, clip_.fps, clip_.frame_count);
     // Nothing may unwind through the effect's frames: a failing clip becomes an error code.
     std::unique_ptr<World> world;
     try {
-        world = std::make_unique<World>(make_layer(frame));
+        world = take_layer_world(frame);
     } catch (const std::bad_alloc&) {
         return PF_Err_OUT_OF_MEMORY;
     } catch (const std::exception& e) {
@@ -411,6 +467,8 @@ PF_Err EffectInstance::checkin(PF_ParamDef* param) {
         host_->report_problem("checkin_param of something not checked out (or checked in twice)");
         return PF_Err_BAD_CALLBACK_PARAM;
     }
+    if (host_->recycle_memory() && param->param_type == PF_Param_LAYER && it->second && spare_layers_.size() < 8)
+        spare_layers_.push_back(std::move(it->second));
     checkouts_.erase(it);
     return PF_Err_NONE;
 }

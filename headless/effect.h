@@ -28,8 +28,15 @@ struct InputClip {
     bool deep = false;  // 16-bit channels (0..32768) instead of 8-bit
     A_long frame_count = 1;
     // Writes frame `index` into `into` (already width × height at the clip's
-    // depth, zero-filled). Unset: every frame is transparent black.
+    // depth, zero-filled; while the host recycles memory it holds an earlier
+    // frame, and the function must write every pixel). Unset: every frame is
+    // transparent black.
     std::function<void(A_long index, World& into)> frame;
+    // Times outside the clip: false holds the first or last frame, as After
+    // Effects holds footage; true passes the index as it falls (negative
+    // before the start, frame_count or more past the end) to `frame`, which
+    // decides what stands there.
+    bool frame_serves_outside = false;
 
     // A clip of ready-made frames (all of one size and depth; at least one).
     static InputClip from_frames(std::vector<World> frames, double fps);
@@ -37,6 +44,9 @@ struct InputClip {
 
 // The frame a clip of `frame_count` frames at `fps` shows at `seconds`.
 A_long clip_frame_at(double seconds, double fps, A_long frame_count);
+// The frame index at `seconds` counted without the clip's ends (negative
+// before the start).
+A_long clip_frame_index(double seconds, double fps);
 
 // time_scale and time_step for a composition rate, as After Effects gives
 // them: 23.976 -> 2997/125, 29.97 -> 2997/100, 24 -> 2400/100, 25 -> 2500/100,
@@ -104,7 +114,10 @@ public:
     // Global, parameter and sequence set-up; stops at the first error.
     PF_Err setup();
     // Frame set-up, render into a new output world of the layer's size and
-    // depth, frame set-down. The result stays in output().
+    // depth, frame set-down. The result stays in output(). While the host
+    // recycles memory the output world of the last render is reused and
+    // cleared only outside the extent hint: inside it the effect writes
+    // every pixel.
     PF_Err render();
     World& output() { return output_; }
     // The input layer world the last render passed as parameter 0.
@@ -174,6 +187,10 @@ private:
     void init();
     void build_params();
     World make_layer(A_long frame) const;
+    // make_layer into a world kept from before (reused when its size and
+    // depth fit, the frame function writing every pixel).
+    void make_layer_into(A_long frame, World& into) const;
+    std::unique_ptr<World> take_layer_world(A_long frame);
     PF_Err checkout(PF_ParamIndex index, A_long time, A_long step, A_u_long scale, PF_ParamDef* param);
     PF_Err checkin(PF_ParamDef* param);
     PF_ParamDef& typed(PF_ParamIndex i, PF_ParamType type, const char* what);
@@ -208,6 +225,7 @@ private:
     World input_world_;
     World output_;
     std::map<const void*, std::unique_ptr<World>> checkouts_;  // by pixel data (layers) or record (others)
+    std::vector<std::unique_ptr<World>> spare_layers_;         // checked in, kept while recycling memory
     std::vector<A_long> checked_out_frames_;
 
     PF_Rect frame_{60, 40, 173, 140};

@@ -192,12 +192,13 @@ struct Host::Impl {
         if (size > (A_HandleSize(1) << 40)) return nullptr;  // nothing real asks for a terabyte
         auto rec = std::make_unique<HandleRec>();
         const size_t n = static_cast<size_t>(size);
-        rec->block = h->take_block(n);
+        rec->block = h->take_spare_block(n);
+        if (!rec->block) rec->block = static_cast<char*>(std::malloc(n + kTailGuard + 16));
         if (!rec->block) return nullptr;
         rec->data = rec->block + h->handle_misalign_;
         rec->size = n;
         rec->serial = h->allocation_requests_;
-        if (h->fresh_byte_ >= 0 && !h->fast_memory_) std::memset(rec->data, h->fresh_byte_, n);
+        if (!h->recycle_) std::memset(rec->data, h->fresh_byte_, n);
         std::memset(rec->data + n, kTailByte, kTailGuard);
         PF_Handle handle = reinterpret_cast<PF_Handle>(&rec->data);
         h->handles_[handle] = std::move(rec);
@@ -242,8 +243,8 @@ struct Host::Impl {
         }
         HandleRec* r = it->second.get();
         if (!r->tail_intact()) h->report_problem("handle written past its end (" + std::to_string(r->size) + " bytes)");
-        if (h->fast_memory_) {
-            h->give_back_block(r->block, r->size);
+        if (h->recycle_) {
+            h->keep_spare_block(r->block, r->size);
         } else {
             std::memset(r->data, kDeadByte, r->size);
             std::free(r->block);
@@ -282,10 +283,10 @@ struct Host::Impl {
         char* block = static_cast<char*>(std::malloc(n + kTailGuard + 16));
         if (!block) return PF_Err_OUT_OF_MEMORY;
         char* data = block + h->handle_misalign_;
-        if (h->fresh_byte_ >= 0) std::memset(data, h->fresh_byte_, n);
+        if (!h->recycle_) std::memset(data, h->fresh_byte_, n);
         std::memcpy(data, r->data, std::min(n, r->size));
         std::memset(data + n, kTailByte, kTailGuard);
-        std::memset(r->data, kDeadByte, r->size);
+        if (!h->recycle_) std::memset(r->data, kDeadByte, r->size);
         std::free(r->block);
         r->block = block;
         r->data = data;
@@ -677,7 +678,7 @@ Host::Host() : previous_(g_current.exchange(this)), dll_instance_(&dll_token_) {
 
 Host::~Host() {
     for (auto& kv : handles_) std::free(kv.second->block);
-    for (auto& kv : spare_blocks_) std::free(kv.second);
+    free_spare_blocks();
     for (auto& kv : blocks_) std::free(kv.first);
     Host* expected = this;
     if (!g_current.compare_exchange_strong(expected, previous_)) {
@@ -686,40 +687,6 @@ Host::~Host() {
 }
 
 Host* Host::current() { return g_current.load(); }
-
-void Host::set_fast_memory(bool on) {
-    std::lock_guard<std::recursive_mutex> lock(mutex_);
-    fast_memory_ = on;
-    if (!on) {
-        for (auto& kv : spare_blocks_) std::free(kv.second);
-        spare_blocks_.clear();
-        spare_bytes_ = 0;
-    }
-}
-
-// A block with room for n data bytes, the tail guard and the misalignment.
-char* Host::take_block(size_t n) {
-    auto it = spare_blocks_.find(n);
-    if (it != spare_blocks_.end()) {
-        char* block = it->second;
-        spare_bytes_ -= n;
-        spare_blocks_.erase(it);
-        return block;
-    }
-    return static_cast<char*>(std::malloc(n + kTailGuard + 16));
-}
-
-void Host::give_back_block(char* block, size_t n) {
-    // Enough for every image of a few renders of a large frame.
-    constexpr size_t kMaxSpareBytes = size_t(2) << 30;
-    constexpr size_t kMaxSpareBlocks = 256;
-    if (spare_bytes_ + n > kMaxSpareBytes || spare_blocks_.size() >= kMaxSpareBlocks) {
-        std::free(block);
-        return;
-    }
-    spare_blocks_.emplace(n, block);
-    spare_bytes_ += n;
-}
 
 PF_ProgPtr Host::effect_ref() const {
     return reinterpret_cast<PF_ProgPtr>(const_cast<char*>(&effect_ref_token_));
@@ -776,6 +743,39 @@ std::map<std::pair<std::string, int32>, int> Host::suite_balances() const {
         if (kv.second.acquired != kv.second.released) out[kv.first] = kv.second.acquired - kv.second.released;
     }
     return out;
+}
+
+void Host::set_recycle_memory(bool on) {
+    std::lock_guard<std::recursive_mutex> lock(mutex_);
+    recycle_ = on;
+    if (!on) free_spare_blocks();
+}
+
+// Blocks are kept by exact size: an effect asks for the same sizes frame
+// after frame. The total kept is bounded so that an odd mix cannot hoard.
+char* Host::take_spare_block(size_t size) {
+    auto it = spare_blocks_.find(size);
+    if (it == spare_blocks_.end()) return nullptr;
+    char* block = it->second;
+    spare_blocks_.erase(it);
+    spare_bytes_ -= size;
+    return block;
+}
+
+void Host::keep_spare_block(char* block, size_t size) {
+    constexpr size_t kMaxSpareBytes = size_t(2) << 30;
+    if (spare_bytes_ + size > kMaxSpareBytes) {
+        std::free(block);
+        return;
+    }
+    spare_blocks_.emplace(size, block);
+    spare_bytes_ += size;
+}
+
+void Host::free_spare_blocks() {
+    for (auto& kv : spare_blocks_) std::free(kv.second);
+    spare_blocks_.clear();
+    spare_bytes_ = 0;
 }
 
 Host::HandleRec* Host::find_handle(PF_Handle h) const {

@@ -98,17 +98,18 @@ public:
     // Handle data starts this many bytes (0 or 8) past a 16-byte boundary, so
     // code that assumes host memory is 16-byte aligned shows itself.
     void set_handle_misalignment(size_t bytes) { handle_misalign_ = bytes; }
-    // New handle memory is filled with this byte (0xCD unless set), so code
-    // that reads memory it never wrote shows itself; -1 leaves it as the
-    // system allocator gives it.
-    void set_fresh_byte(int byte) { fresh_byte_ = byte; }
-    // Memory as a real host manages it, for tools and benchmarks: new handles
-    // are not filled, disposed ones are not poisoned, and disposed blocks are
-    // kept (up to a bound) for the next request of the same size, so a render
-    // that allocates the same images frame after frame does not go back to
-    // the system each time. Misuse checks (tail guards, double disposal,
-    // leaks) stay on. Off by default: tests want the fills.
-    void set_fast_memory(bool on);
+    // Memory recycling, off by default. Off, new handle data is filled with
+    // 0xCD and disposed data with 0xDD, so that reading what nobody wrote or
+    // what was given back shows itself in tests, and an effect instance gives
+    // every render fresh zero-filled worlds. On (for speed, as a real host
+    // runs), handle data comes as it lies, disposed blocks are kept for
+    // requests of the same size, and worlds are reused across renders
+    // (EffectInstance). Tail guards are checked either way.
+    void set_recycle_memory(bool on);
+    // The byte new handle data is filled with when not recycling (0xCD
+    // unless set), so tests can show that no output depends on it.
+    void set_fresh_byte(unsigned char byte) { fresh_byte_ = byte; }
+    bool recycle_memory() const { return recycle_; }
 
     // ---- SPBasicSuite blocks
     size_t live_blocks() const;
@@ -184,13 +185,14 @@ private:
     size_t fail_at_ = 0;    // absolute request number that fails, 0 = none
     size_t fail_from_ = 0;  // absolute request number from which all fail, 0 = none
     size_t handle_misalign_ = 0;
-    int fresh_byte_ = 0xCD;
-    bool fast_memory_ = false;
-    // Disposed blocks kept for reuse in fast-memory mode, by data size.
+    bool recycle_ = false;
+    unsigned char fresh_byte_ = 0xCD;
+    // Disposed handle blocks by data size, kept while recycling.
     std::multimap<size_t, char*> spare_blocks_;
     size_t spare_bytes_ = 0;
-    char* take_block(size_t n);
-    void give_back_block(char* block, size_t n);
+    char* take_spare_block(size_t size);
+    void keep_spare_block(char* block, size_t size);
+    void free_spare_blocks();
 
     std::map<void*, size_t> blocks_;
     std::map<PF_PixelPtr, std::unique_ptr<World>> worlds_;  // from new_world

@@ -10,7 +10,7 @@ A_long host_rowbytes(A_long width, bool deep) {
     return (raw + 15) / 16 * 16;
 }
 
-World::World(A_long width, A_long height, bool deep) {
+World::World(A_long width, A_long height, bool deep, bool zeroed) {
     width = std::max<A_long>(0, width);
     height = std::max<A_long>(0, height);
     def_.width = width;
@@ -19,7 +19,11 @@ World::World(A_long width, A_long height, bool deep) {
     def_.world_flags = PF_WorldFlag_WRITEABLE | (deep ? PF_WorldFlag_DEEP : 0);
     def_.extent_hint = PF_UnionableRect{0, 0, width, height};
     def_.pix_aspect_ratio = PF_RationalScale{1, 1};
-    bytes_.assign(static_cast<size_t>(def_.rowbytes) * height + 16, 0);
+    const size_t n = static_cast<size_t>(def_.rowbytes) * height + 16;
+    if (zeroed)
+        bytes_.assign(n, 0);
+    else
+        bytes_.resize(n);
     attach();
 }
 

@@ -4,6 +4,9 @@
 #include "hostapi/host_api.h"
 
 #include <cstdint>
+#include <memory>
+#include <new>
+#include <utility>
 #include <vector>
 
 namespace headless {
@@ -11,13 +14,36 @@ namespace headless {
 // Row length the host gives a world: width × bytes per pixel rounded up to 16.
 A_long host_rowbytes(A_long width, bool deep);
 
+// Leaves the bytes a vector grows by as they lie: pixels about to be
+// written over need no zero-filling first.
+template <class T>
+struct UnfilledAllocator : std::allocator<T> {
+    template <class U>
+    struct rebind {
+        using other = UnfilledAllocator<U>;
+    };
+    UnfilledAllocator() = default;
+    template <class U>
+    UnfilledAllocator(const UnfilledAllocator<U>&) {}
+    template <class U>
+    void construct(U* p) noexcept {
+        ::new (static_cast<void*>(p)) U;
+    }
+    template <class U, class... Args>
+    void construct(U* p, Args&&... args) {
+        ::new (static_cast<void*>(p)) U(std::forward<Args>(args)...);
+    }
+};
+
 // A PF_LayerDef that owns its pixels. 8-bit pixels are PF_Pixel (A, R, G, B
 // bytes); deep (16-bit, PF_WorldFlag_DEEP) pixels are PF_Pixel16 with
 // channels 0..32768.
 class World {
 public:
     World() = default;
-    World(A_long width, A_long height, bool deep);
+    // Pixels zero-filled, or left as they lie when `zeroed` is false (for a
+    // world every pixel of which is written before it is read).
+    World(A_long width, A_long height, bool deep, bool zeroed = true);
     World(const World& other);
     World& operator=(const World& other);
     World(World&&) = default;
@@ -43,7 +69,7 @@ public:
 
 private:
     void attach();
-    std::vector<uint8_t> bytes_;
+    std::vector<uint8_t, UnfilledAllocator<uint8_t>> bytes_;
     PF_LayerDef def_{};
 };
 

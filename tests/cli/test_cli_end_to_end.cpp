@@ -122,6 +122,41 @@ TEST(CliRender, StillClipThroughFfv1ComesBackExactly) {
     }
 }
 
+// Decoding, the effect and encoding run on threads of their own unless
+// --threads 1 is given. Through the effect's plain copy (deinterlacing off)
+// every frame must arrive unchanged and in order, and a full render must not
+// depend on the threads at either depth.
+TEST(CliRender, ThreadedPipelineKeepsEveryFrameInOrderAndMatchesOneThread) {
+    ScratchDir dir;
+    const std::string in = make_clip(dir, "in.mkv", 64, 48, "30000/1001", 17);
+    const ReadBack source = read_all(in);
+    ASSERT_EQ(source.frames.size(), 17u);
+    for (const std::string threads : {"2", "1"}) {
+        SCOPED_TRACE("--threads " + threads);
+        const std::string out = dir.file("copy" + threads + ".mkv");
+        RunResult r = run_tessen(
+            render(in, out, "ntsc", "lower", {"--rate", "29.97", "--no-deinterlace", "--threads", threads, "--quiet"}));
+        ASSERT_EQ(r.exit_code, 0) << r.err;
+        const ReadBack copied = read_all(out);
+        ASSERT_EQ(copied.frames.size(), source.frames.size());
+        for (size_t k = 0; k < copied.frames.size(); ++k) EXPECT_EQ(copied.frames[k].bytes, source.frames[k].bytes) << k;
+    }
+    for (const std::string depth : {"8", "16"}) {
+        SCOPED_TRACE(depth + "-bit");
+        std::vector<HostFrame> results[2];
+        for (int one = 0; one < 2; ++one) {
+            const std::string out = dir.file("full" + depth + std::to_string(one) + ".mkv");
+            RunResult r = run_tessen(render(in, out, "ntsc", "lower",
+                                            {"--depth", depth, "--threads", one ? "1" : "2", "--quiet"}));
+            ASSERT_EQ(r.exit_code, 0) << r.err;
+            results[one] = read_all(out, std::stoi(depth)).frames;
+        }
+        ASSERT_EQ(results[0].size(), 14u);  // 17 frames at 29.97 -> 23.976
+        ASSERT_EQ(results[1].size(), results[0].size());
+        for (size_t k = 0; k < results[0].size(); ++k) EXPECT_EQ(results[0][k].bytes, results[1][k].bytes) << k;
+    }
+}
+
 TEST(CliRender, AudioFollowsOnlyWhenTheDurationIsKept) {
     ScratchDir dir;
     const std::string in = dir.file("in.mkv");
@@ -142,6 +177,7 @@ TEST(CliAutoSetup, ReportsTheEffectsMessageForNtscAndPal) {
     const std::string ntsc = make_clip(dir, "ntsc.mkv", 720, 480, "30000/1001", 1);
     const std::string pal = make_clip(dir, "pal.mkv", 720, 576, "25", 1);
     const std::string odd = make_clip(dir, "odd.mkv", 32, 24, "30000/1001", 1);
+    const std::string hd = make_clip(dir, "hd.mkv", 1920, 1080, "30000/1001", 1);
     struct Case {
         std::vector<std::string> args;
         std::initializer_list<const char*> says;
@@ -149,11 +185,17 @@ TEST(CliAutoSetup, ReportsTheEffectsMessageForNtscAndPal) {
     const Case cases[] = {
         {{ntsc},
          {"Auto Setup Successful!", "your footage is NTSC", "most likely Lower Field First", "23.976",
-          "Source Video: NTSC", "Field Order: Lower Field First"}},
-        {{pal}, {"Auto Setup Successful!", "your footage is PAL", "Source Video: PAL"}},
-        // PAL in a 23.976 composition: the effect's long message arrives cut,
-        // and tessen says so rather than passing the cut off as the whole text.
-        {{pal, "--rate", "23.976"}, {"Since your comp is set to 23.976 fps", "cut its message at 255 characters"}},
+          "Source Video: NTSC rates (59.94 fields/s), 720x480", "Field Order: Lower Field First"}},
+        {{pal}, {"Auto Setup Successful!", "your footage is PAL", "Source Video: PAL rates (50 fields/s), 720x576"}},
+        // PAL in a 23.976 composition: the effect's long message arrives cut
+        // at 255 characters; tessen prints all of them and says where the cut is.
+        {{pal, "--rate", "23.976"},
+         {"Since your comp is set to 23.976 fps", "as long as your footage is properly int\n",
+          "cut its message at 255 characters"}},
+        // HD is NTSC or PAL by its field rate, which tessen names.
+        {{hd},
+         {"either HD 1080/60i or 1080/50i", "from your HD source. It's a\n", "cut its message at 255 characters",
+          "Source Video: NTSC rates (59.94 fields/s), 1920x1080", "Field Order: Upper Field First"}},
         // At a size Auto Setup does not know, it says so in its own words.
         {{odd}, {"Auto Setup Failed."}},
     };
@@ -174,7 +216,9 @@ TEST(CliAutoSetup, RenderPressesTheButtonAndTheFilesFieldOrderWins) {
     const std::string out = dir.file("out.mkv");
     RunResult r = run_tessen({"render", in, out, "--frames", "1"});
     ASSERT_EQ(r.exit_code, 0) << r.err;
-    expect_all(r.err, {"Auto Setup Successful!", "upper field first, as the file records it", "Auto Setup guessed lower"});
+    expect_all(r.err, {"Auto Setup (NTSC rates (59.94 fields/s), 720x480, in a 23.976 fps composition) says:",
+                       "Auto Setup Successful!", "upper field first, as the file records it", "Auto Setup guessed lower",
+                       "converting NTSC rates (59.94 fields/s), 720x480, upper field first, to 23.976 fps"});
     EXPECT_EQ(read_all(out).frames.size(), 1u);
 }
 
@@ -233,16 +277,21 @@ TEST(CliErrors, BadInputsEndWithOneLineAnExitCodeAndNoOutput) {
         {"unknown output kind", render(good, dir.file("out.xyz"), "ntsc", "lower"), 2, {"out.xyz"}},
         {"PNG without a frame number", render(good, dir.file("out.png"), "ntsc", "lower"), 2, {"%05d"}},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        RunResult r = run_tessen(c.args);
-        EXPECT_FALSE(r.timed_out);
-        EXPECT_EQ(r.exit_code, c.exit_code) << r.err;
-        const std::string line = r.last_err_line();
-        EXPECT_EQ(line.rfind("tessen: ", 0), 0u) << r.err;
-        expect_all(line, c.says);
-        expect_only(dir, inputs);
-    }
+    for (const Case& c : cases)
+        for (bool one_thread : {false, true}) {
+            // The decoding thread's errors, on one thread and on its own.
+            if (one_thread && !contains(c.what, "truncated")) continue;
+            SCOPED_TRACE(std::string(c.what) + (one_thread ? ", --threads 1" : ""));
+            std::vector<std::string> args = c.args;
+            if (one_thread) args.insert(args.end(), {"--threads", "1"});
+            RunResult r = run_tessen(args);
+            EXPECT_FALSE(r.timed_out);
+            EXPECT_EQ(r.exit_code, c.exit_code) << r.err;
+            const std::string line = r.last_err_line();
+            EXPECT_EQ(line.rfind("tessen: ", 0), 0u) << r.err;
+            expect_all(line, c.says);
+            expect_only(dir, inputs);
+        }
 }
 
 TEST(CliErrors, AnExistingOutputIsKeptWithoutOverwrite) {
@@ -266,13 +315,15 @@ TEST(CliErrors, AnExistingOutputIsKeptWithoutOverwrite) {
 TEST(CliErrors, FullDiskLeavesNothingBehind) {
     ScratchDir dir;
     const std::string in = make_clip(dir, "in.mkv", 320, 240, "25", 20);
-    for (const char* name : {"out.mkv", "out_%05d.png"}) {
-        SCOPED_TRACE(name);
-        RunResult r = run_tessen(render(in, dir.file(name), "pal", "lower"), nullptr, "ulimit -f 64; trap '' XFSZ;");
-        EXPECT_EQ(r.exit_code, 5) << r.err;
-        expect_all(r.last_err_line(), {name, "file too large"});
-        expect_only(dir, {"in.mkv"});
-    }
+    for (const char* name : {"out.mkv", "out_%05d.png"})
+        for (const char* threads : {"2", "1"}) {  // the encoding thread's errors, and one thread's
+            SCOPED_TRACE(std::string(name) + " --threads " + threads);
+            RunResult r = run_tessen(render(in, dir.file(name), "pal", "lower", {"--threads", threads}), nullptr,
+                                     "ulimit -f 64; trap '' XFSZ;");
+            EXPECT_EQ(r.exit_code, 5) << r.err;
+            expect_all(r.last_err_line(), {name, "file too large"});
+            expect_only(dir, {"in.mkv"});
+        }
 }
 
 TEST(CliErrors, InterruptStopsCleanly) {

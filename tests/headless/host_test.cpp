@@ -153,29 +153,31 @@ TEST(HostHandles, MisalignedDataOnRequest) {
     host.handle_suite()->host_dispose_handle(h);
 }
 
-// Fast memory: a disposed block comes back for the next request of its
-// size, unfilled; the guards and the accounting still work.
-TEST(HostHandles, FastMemoryReusesBlocksAndKeepsTheChecks) {
+TEST(HostHandles, FreshAndDisposedDataPoisonedUnlessRecycling) {
     Host host;
-    host.set_fast_memory(true);
     const PF_HandleSuite1* hs = host.handle_suite();
-    PF_Handle a = hs->host_new_handle(4096);
-    char* first = static_cast<char*>(hs->host_lock_handle(a));
-    first[0] = 42;
-    hs->host_dispose_handle(a);
-    PF_Handle b = hs->host_new_handle(4096);
-    char* again = static_cast<char*>(hs->host_lock_handle(b));
-    EXPECT_EQ(again, first);
-    EXPECT_EQ(again[0], 42);  // neither poisoned on disposal nor filled anew
-    PF_Handle c = hs->host_new_handle(100);
-    EXPECT_NE(hs->host_lock_handle(c), first);
-    EXPECT_NE(host.leak_report().find("2 handle(s) not disposed"), std::string::npos) << host.leak_report();
-    again[4096] = 1;
-    hs->host_dispose_handle(b);
-    EXPECT_TRUE(any_problem_contains(host, "written past its end"));
-    hs->host_dispose_handle(c);
-    hs->host_dispose_handle(c);
-    EXPECT_TRUE(any_problem_contains(host, "already disposed"));
+    PF_Handle h = hs->host_new_handle(64);
+    auto* p = static_cast<unsigned char*>(hs->host_lock_handle(h));
+    EXPECT_EQ(p[0], 0xCD);
+    EXPECT_EQ(p[63], 0xCD);
+    hs->host_dispose_handle(h);
+
+    // Recycling: a disposed block serves the next request of its size, as it lies.
+    host.set_recycle_memory(true);
+    h = hs->host_new_handle(64);
+    p = static_cast<unsigned char*>(hs->host_lock_handle(h));
+    std::memset(p, 7, 64);
+    hs->host_dispose_handle(h);
+    PF_Handle again = hs->host_new_handle(64);
+    EXPECT_EQ(hs->host_lock_handle(again), p);
+    EXPECT_EQ(p[0], 7);
+    PF_Handle other = hs->host_new_handle(32);  // another size: a block of its own
+    EXPECT_NE(hs->host_lock_handle(other), p);
+    p[64] = 1;  // tails are still guarded
+    EXPECT_NE(host.leak_report().find("written past its end"), std::string::npos);
+    p[64] = 0xFD;
+    for (PF_Handle d : {again, other}) hs->host_dispose_handle(d);
+    EXPECT_TRUE(host.clean()) << host.leak_report();
 }
 
 TEST(HostAnsi, SprintfIntoReturnMsgIsCutAndFlaggedWhenTooLong) {

@@ -64,7 +64,7 @@ TEST(TimeBase, NtscAndWholeRatesGiveExactFloatQuotients) {
     EXPECT_NE(static_cast<float>(scale) / static_cast<float>(step), 23.976f);
 }
 
-TEST(Checkout, FrameShownAtEachTimeWithFirstAndLastHeld) {
+TEST(Checkout, FrameShownAtEachTimeWithFirstAndLastHeldUnlessTheClipServesThem) {
     // A 29.97 clip of 10 frames seen from a 23.976 composition, checked out at
     // the times the effect asks for (its own time units and scales).
     std::vector<std::pair<A_long, A_u_long>> asks;  // time, scale
@@ -101,6 +101,51 @@ TEST(Checkout, FrameShownAtEachTimeWithFirstAndLastHeld) {
     EXPECT_EQ(seen, (std::vector<A_long>{0, 0, 0, 1, 1, 2, 8, 9, 9, 1, 3}));
     EXPECT_EQ(e.checked_out_frames(), seen);
     EXPECT_EQ(e.outstanding_checkouts(), 0);
+
+    // A clip that serves the times outside itself gets the indices as they fall.
+    InputClip outside = numbered_clip(10, 29.97);
+    outside.frame_serves_outside = true;
+    e.set_input(outside);
+    e.clear_checkout_log();
+    ASSERT_EQ(e.render(), PF_Err_NONE);
+    EXPECT_EQ(e.checked_out_frames(), (std::vector<A_long>{-2, 0, 0, 1, 1, 2, 8, 9, 50, 1, 3}));
+    EXPECT_TRUE(e.host().clean()) << e.host().leak_report();
+}
+
+TEST(Checkout, RecyclingReusesWorldsAndClearsTheOutputOnlyOutsideTheExtent) {
+    // The effect writes red = the checked-out frame's red plus 100 inside the
+    // extent hint, nothing outside it.
+    std::vector<A_long> seen;
+    FxScope fx([&](PF_Cmd cmd, PF_InData* in, PF_ParamDef**, PF_LayerDef* out) -> PF_Err {
+        if (cmd != PF_Cmd_RENDER) return PF_Err_NONE;
+        PF_ParamDef p{};
+        PF_Err err = in->inter.checkout_param(in->effect_ref, 0, in->current_time, in->time_step, in->time_scale, &p);
+        if (err) return err;
+        seen.push_back(red_of(p.u.ld));
+        const PF_Pixel px{255, A_u_char(red_of(p.u.ld) + 100), 0, 0};
+        const PF_Rect e{out->extent_hint.left, out->extent_hint.top, out->extent_hint.right, out->extent_hint.bottom};
+        in->utils->fill(in->effect_ref, &px, &e, out);
+        return in->inter.checkin_param(in->effect_ref, &p);
+    });
+    EffectInstance e(Entry);
+    e.host().set_recycle_memory(true);
+    e.set_input(numbered_clip(10, 25));
+    e.set_comp_rate(25);
+    e.set_frame(2);
+    ASSERT_EQ(e.render(), PF_Err_NONE);
+    const PF_PixelPtr first = e.output().def().data;
+    EXPECT_EQ(e.output().pixel8(0, 0)->red, 102);
+    e.set_frame(5);
+    e.set_extent_hint(PF_Rect{4, 2, 12, 4});
+    ASSERT_EQ(e.render(), PF_Err_NONE);
+    EXPECT_EQ(e.output().def().data, first);  // the same world again
+    EXPECT_EQ(seen, (std::vector<A_long>{2, 5}));  // a reused layer world holds the frame asked for
+    EXPECT_EQ(e.rendered_input().pixel8(3, 3)->red, 5);
+    for (A_long y = 0; y < e.output().height(); ++y)
+        for (A_long x = 0; x < e.output().width(); ++x) {
+            const bool inside = x >= 4 && x < 12 && y >= 2 && y < 4;
+            EXPECT_EQ(e.output().pixel8(x, y)->red, inside ? 105 : 0) << x << "," << y;
+        }
     EXPECT_TRUE(e.host().clean()) << e.host().leak_report();
 }
 

@@ -212,7 +212,7 @@ TEST_F(RenderDriverTest, OutputNeverDependsOnFreshHostMemory)
 {
     for (bool deep : {false, true}) {
         std::vector<std::vector<A_u_char>> outputs;
-        for (int fresh : {0x00, 0xCD, 0xFF, 0x7F}) {
+        for (unsigned char fresh : {0x00, 0xCD, 0xFF, 0x7F}) {
             host_.set_fresh_byte(fresh);
             Start(MakeClip(45, 16, MovingStripes, deep));
             ASSERT_EQ(RenderFrame(1), PF_Err_NONE);
