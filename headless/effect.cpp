@@ -142,6 +142,7 @@ void EffectInstance::set_input(InputClip clip) {
     if (clip.width <= 0 || clip.height <= 0 || clip.frame_count <= 0 || !(clip.fps > 0))
         throw std::invalid_argument("an input clip needs a positive size, frame count and rate");
     clip_ = std::move(clip);
+    layer_frames_.clear();
     PF_InData& in = host_->in_data();
     in.width = clip_.width;
     in.height = clip_.height;
@@ -183,16 +184,34 @@ void EffectInstance::make_layer_into(A_long frame, World& into) const {
         throw std::runtime_error("the input clip produced a frame of the wrong size or depth");
 }
 
+bool EffectInstance::holds_frame(const World& w, A_long frame) const {
+    const auto it = layer_frames_.find(w.def().data);
+    return it != layer_frames_.end() && it->second == frame && w.width() == layer_width() &&
+           w.height() == layer_height() && w.deep() == clip_.deep;
+}
+
 std::unique_ptr<World> EffectInstance::take_layer_world(A_long frame) {
     if (!host_->recycle_memory()) return std::make_unique<World>(make_layer(frame));
+    // A kept world that already holds the frame goes out as it is (the
+    // clip's frames depend on their index alone); otherwise the oldest kept
+    // one is filled anew.
+    for (auto it = spare_layers_.begin(); it != spare_layers_.end(); ++it) {
+        if (holds_frame(**it, frame)) {
+            std::unique_ptr<World> world = std::move(*it);
+            spare_layers_.erase(it);
+            return world;
+        }
+    }
     std::unique_ptr<World> world;
     if (!spare_layers_.empty()) {
-        world = std::move(spare_layers_.back());
-        spare_layers_.pop_back();
+        world = std::move(spare_layers_.front());
+        spare_layers_.erase(spare_layers_.begin());
     } else {
         world = std::make_unique<World>();
     }
+    layer_frames_.erase(world->def().data);
     make_layer_into(frame, *world);
+    if (world->def().data != nullptr) layer_frames_[world->def().data] = frame;
     return world;
 }
 
@@ -329,10 +348,16 @@ PF_Err EffectInstance::render() {
     const double seconds = in.time_scale ? static_cast<double>(in.current_time) / in.time_scale : 0.0;
     const bool recycle = host_->recycle_memory();
     const A_long frame = clip_frame_at(seconds, clip_.fps, clip_.frame_count);
-    if (recycle)
-        make_layer_into(frame, input_world_);
-    else
+    if (recycle) {
+        if (!holds_frame(input_world_, frame)) {
+            layer_frames_.erase(input_world_.def().data);
+            make_layer_into(frame, input_world_);
+            if (input_world_.def().data != nullptr) layer_frames_[input_world_.def().data] = frame;
+        }
+    } else {
+        layer_frames_.clear();
         input_world_ = make_layer(frame);
+    }
     if (!params_.empty()) {
         params_[0].u.ld = input_world_.def();
         params_[0].param_type = PF_Param_LAYER;
@@ -467,8 +492,12 @@ PF_Err EffectInstance::checkin(PF_ParamDef* param) {
         host_->report_problem("checkin_param of something not checked out (or checked in twice)");
         return PF_Err_BAD_CALLBACK_PARAM;
     }
-    if (host_->recycle_memory() && param->param_type == PF_Param_LAYER && it->second && spare_layers_.size() < 8)
-        spare_layers_.push_back(std::move(it->second));
+    if (host_->recycle_memory() && param->param_type == PF_Param_LAYER && it->second) {
+        if (spare_layers_.size() < 8)
+            spare_layers_.push_back(std::move(it->second));
+        else
+            layer_frames_.erase(it->second->def().data);
+    }
     checkouts_.erase(it);
     return PF_Err_NONE;
 }

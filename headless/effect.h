@@ -226,6 +226,11 @@ private:
     World output_;
     std::map<const void*, std::unique_ptr<World>> checkouts_;  // by pixel data (layers) or record (others)
     std::vector<std::unique_ptr<World>> spare_layers_;         // checked in, kept while recycling memory
+    // While recycling: which clip frame a kept layer world holds (by its
+    // pixels), so that a frame asked for again is handed out as it is
+    // instead of being made anew. Cleared when the clip changes.
+    std::map<const void*, A_long> layer_frames_;
+    bool holds_frame(const World& w, A_long frame) const;
     std::vector<A_long> checked_out_frames_;
 
     PF_Rect frame_{60, 40, 173, 140};
