@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -122,25 +123,26 @@ void WriteOutput(const CVFloatWorld& image, const PF_LayerDef& input, PF_LayerDe
     CopyAlpha(input, output, r);
 }
 
-// The extent r of a host layer converted into two fields: even rows into
-// `upper`, odd rows into `lower`, by walking the layer two rows at a time.
-void ConvertIntoFields(const PF_LayerDef& layer, const PF_LRect& r, CVFloatWorld& upper, CVFloatWorld& lower)
+// The extent r of a host layer converted into its fields: even rows into
+// `upper`, odd rows into `lower` (either may be left out), by walking the
+// layer two rows at a time.
+void ConvertIntoFields(const PF_LayerDef& layer, const PF_LRect& r, CVFloatWorld* upper, CVFloatWorld* lower)
 {
     const bool deep = IsDeep(layer);
     const std::ptrdiff_t pitch = layer.rowbytes;
     const char* start = reinterpret_cast<const char*>(layer.data) + r.top * pitch + r.left * (deep ? 8 : 4);
     const A_long w = r.right - r.left;
     const A_u_long twoRows = static_cast<A_u_long>(2 * pitch);
-    if (deep) {
-        upper.copy_from_16bit_integer_world(w, upper.height(), twoRows, reinterpret_cast<const A_u_short*>(start));
-        if (lower.height() > 0)
-            lower.copy_from_16bit_integer_world(w, lower.height(), twoRows,
-                                                reinterpret_cast<const A_u_short*>(start + pitch));
-    } else {
-        upper.copy_from_8bit_integer_world(w, upper.height(), twoRows, reinterpret_cast<const A_u_char*>(start));
-        if (lower.height() > 0)
-            lower.copy_from_8bit_integer_world(w, lower.height(), twoRows,
-                                               reinterpret_cast<const A_u_char*>(start + pitch));
+    const std::pair<CVFloatWorld*, const char*> parts[2] = {{upper, start}, {lower, start + pitch}};
+    for (const auto& part : parts) {
+        CVFloatWorld* field = part.first;
+        if (field == nullptr || field->height() <= 0) continue;
+        if (deep)
+            field->copy_from_16bit_integer_world(w, field->height(), twoRows,
+                                                 reinterpret_cast<const A_u_short*>(part.second));
+        else
+            field->copy_from_8bit_integer_world(w, field->height(), twoRows,
+                                                reinterpret_cast<const A_u_char*>(part.second));
     }
 }
 
@@ -314,28 +316,30 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
     const A_long HU = (H + 1) / 2;
     const A_long HL = H / 2;
 
-    // Each checked-out frame is converted straight into its two fields: the
-    // even rows of the extent into the upper field, the odd rows into the
-    // lower one (the conversion is per value, so this is the frame converted
-    // and then split). The previous and next frames are only needed for
-    // full processing with deinterlacing.
+    // Each checked-out frame is converted straight into its fields: the even
+    // rows of the extent into the upper field, the odd rows into the lower
+    // one (the conversion is per value, so this is the frame converted and
+    // then split). Only the four working fields are ever read, and the
+    // previous and next frames only in full processing with deinterlacing,
+    // so the other fields are left empty.
     CVFloatWorld fields[6];
-    const bool neighbours = full && settings.deinterlace;
+    bool wanted[6] = {false, false, true, true, false, false};
+    if (full && settings.deinterlace) wanted[sel.minus2] = wanted[sel.minus1] = wanted[sel.plus1] = true;
     {
         const SourceFrameTimes times = SourceTimes(in_data->current_time, in_data->time_scale, settings.sourceRate);
         // A time outside the layer may come back empty; the current frame
         // stands in for it.
-        auto fetch = [&](A_long time, A_long upperIndex, bool convert) {
+        auto fetch = [&](A_long time, A_long upperIndex) {
             LayerCheckout checkout(in_data, time);
-            if (!convert) return;
-            MakeImage(fields[upperIndex], W, HU);
-            MakeImage(fields[upperIndex + 1], W, HL);
-            ConvertIntoFields(Covers(checkout.layer(), E) ? checkout.layer() : *input, E, fields[upperIndex],
-                              fields[upperIndex + 1]);
+            CVFloatWorld* upperField = wanted[upperIndex] ? &fields[upperIndex] : nullptr;
+            CVFloatWorld* lowerField = wanted[upperIndex + 1] ? &fields[upperIndex + 1] : nullptr;
+            if (upperField != nullptr) MakeImage(*upperField, W, HU);
+            if (lowerField != nullptr) MakeImage(*lowerField, W, HL);
+            ConvertIntoFields(Covers(checkout.layer(), E) ? checkout.layer() : *input, E, upperField, lowerField);
         };
-        fetch(times.current, 2, true);
-        fetch(times.next, 4, neighbours);
-        fetch(times.previous, 0, neighbours);
+        fetch(times.current, 2);
+        fetch(times.next, 4);
+        fetch(times.previous, 0);
     }
     CVFloatWorld& field0 = fields[sel.zero];
     const A_long h0 = field0.height();
