@@ -1,5 +1,7 @@
 #include "render/field_frames.h"
 
+#include <emmintrin.h>
+
 #include <cstring>
 
 namespace {
@@ -51,4 +53,56 @@ void BuildFrameFromField(const CVFloatWorld& field, CVFloatWorld& frame, bool up
     }
     for (A_long r = lastWritten + 1; r < frameH && lastWritten >= 0; ++r)
         std::memcpy(frame.data_row_ptr(r), frame.data_row_ptr(lastWritten), bytes);
+}
+
+namespace {
+
+// Where frame row r of BuildFrameFromField(field, frame of `frameH` rows,
+// upper) comes from: one field row copied (b null) or two averaged.
+struct RowSource {
+    const float* a;
+    const float* b;
+};
+
+RowSource SourceOfRow(const CVFloatWorld& field, A_long frameH, bool upper, A_long r)
+{
+    const A_long h = field.height();
+    const A_long offset = upper ? 0 : 1;
+    // The last row the field writes: its last own row, or the frame's last.
+    A_long last = 2 * (h - 1) + offset;
+    if (last > frameH - 1) last = frameH - 1;
+    if (r > last) r = last;  // rows below repeat the last written one
+    if ((r - offset) % 2 == 0) return RowSource{field.data_row_ptr((r - offset) / 2), nullptr};
+    const A_long i = (r + 1 - offset) / 2;  // row between field rows i - 1 and i
+    return RowSource{field.data_row_ptr(i > 0 ? i - 1 : 0), field.data_row_ptr(i)};
+}
+
+inline __m128 RowValue(const RowSource& s, std::ptrdiff_t k, __m128 half)
+{
+    const __m128 a = _mm_loadu_ps(s.a + k);
+    return s.b ? _mm_mul_ps(half, _mm_add_ps(a, _mm_loadu_ps(s.b + k))) : a;
+}
+
+}  // namespace
+
+void BuildBlendedFrame(const CVFloatWorld& field, const CVFloatWorld& other, bool upper, CVFloatWorld& frame)
+{
+    const A_long frameH = frame.height();
+    if (field.height() <= 0 || other.height() <= 0 || frameH <= 0) return;
+    // blend_over goes by pixel pairs over the common width; the rest of the
+    // row keeps the other field's frame.
+    const std::ptrdiff_t rowFloats = static_cast<std::ptrdiff_t>(RowBytes(field, frame) / sizeof(float));
+    std::ptrdiff_t blendFloats = static_cast<std::ptrdiff_t>((frame.width() + 1) & ~1) * 4;
+    if (blendFloats > rowFloats) blendFloats = rowFloats;
+    const __m128 half = _mm_set1_ps(0.5f);
+    const __m128 t = _mm_set1_ps(0.5f), u = _mm_set1_ps(1.0f - 0.5f);
+    for (A_long r = 0; r < frameH; ++r) {
+        const RowSource a = SourceOfRow(field, frameH, upper, r);
+        const RowSource b = SourceOfRow(other, frameH, !upper, r);
+        float* d = frame.data_row_ptr(r);
+        std::ptrdiff_t k = 0;
+        for (; k < blendFloats; k += 4)
+            _mm_storeu_ps(d + k, _mm_add_ps(_mm_mul_ps(RowValue(a, k, half), t), _mm_mul_ps(RowValue(b, k, half), u)));
+        for (; k < rowFloats; k += 4) _mm_storeu_ps(d + k, RowValue(b, k, half));
+    }
 }

@@ -13,3 +13,12 @@ void SplitFields(const CVFloatWorld& frame, CVFloatWorld* upper, CVFloatWorld* l
 // of a lower field copies field row 0, and every frame row below the last
 // field row copies it, so no frame row is left unwritten.
 void BuildFrameFromField(const CVFloatWorld& field, CVFloatWorld& frame, bool upper);
+
+// The merge's base in one pass over `frame`: the frame built from `field`
+// (parity `upper`) blended at weight 0.5 over the frame built from `other`
+// (the other parity). The same values as
+//     BuildFrameFromField(field, a, upper);
+//     BuildFrameFromField(other, frame, !upper);
+//     a.blend_over(frame, 0.5f);
+// without the intermediate frame. All three images share one width.
+void BuildBlendedFrame(const CVFloatWorld& field, const CVFloatWorld& other, bool upper, CVFloatWorld& frame);

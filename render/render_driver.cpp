@@ -349,7 +349,7 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
     if (!settings.deinterlace) {
         result.copy_from_PF_World(*input, &E);
         result.copy_into(out);
-    } else {
+    } else if (!full) {
         BuildFrameFromField(field0, result, upper);
     }
 
@@ -374,10 +374,9 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
         box_filter_vertical(prepB, prepA, kPrepVerticalRadius);
 
         // The blend of both fields' frames is built where the merge wants
-        // its base; the views that need no base never read it.
-        CVFloatWorld& blended = out;
-        BuildFrameFromField(fieldPlus1, blended, !upper);
-        result.blend_over(blended, 0.5f);
+        // its base, in one pass; the views that need no base never read it,
+        // and the ones that show `result` build it anew.
+        BuildBlendedFrame(field0, fieldPlus1, upper, out);
 
         CVDifferenceWorld difference(W, HL);
         RequireImage(difference);

@@ -48,3 +48,29 @@ TEST_F(FieldFramesTest, BuildPlacesFieldRowsAndAveragesAllChannelsBetween)
 }
 
 }  // namespace
+
+namespace {
+
+// The merge's base in one pass is the two frames built and blended, to the
+// bit, padding included: both parities, odd and even heights and widths.
+TEST_F(FieldFramesTest, BlendedFrameInOnePassEqualsBuildingAndBlending)
+{
+    for (long width : {5L, 8L, 13L})
+        for (long H : {5L, 6L, 9L})
+            for (bool upper : {true, false}) {
+                const long HU = (H + 1) / 2, HL = H / 2;
+                CVFloatWorld field(width, upper ? HU : HL), other(width, upper ? HL : HU);
+                FillRandom(field, rng_, -1.0f, 2.0f);
+                FillRandom(other, rng_, -1.0f, 2.0f);
+                CVFloatWorld a(width, H), want(width, H), got(width, H);
+                FillRandom(want, rng_);
+                Restore(Snapshot(want), got);
+                BuildFrameFromField(field, a, upper);
+                BuildFrameFromField(other, want, !upper);
+                a.blend_over(want, 0.5f);
+                BuildBlendedFrame(field, other, upper, got);
+                ASSERT_TRUE(SameBits(Snapshot(got), Snapshot(want))) << width << "x" << H << " upper " << upper;
+            }
+}
+
+}  // namespace
