@@ -9,6 +9,7 @@
 #include "headless/effect.h"
 #include "headless/inproc/scoped_host.h"
 #include "host/entry_point.h"
+#include "image/cpu_features.h"
 #include "image/float_world.h"
 #include "render/difference_world.h"
 #include "render/field_frames.h"
@@ -93,12 +94,14 @@ void BM_SplitAndBuildFrame(benchmark::State& state)
 }
 BENCHMARK(BM_SplitAndBuildFrame)->Unit(benchmark::kMillisecond);
 
-// args: width, height, deep
+// args: width, height, deep, variant (0 what the capability test answers, 1
+// regular, 2 SIMD)
 void BM_Render(benchmark::State& state)
 {
     const A_long w = static_cast<A_long>(state.range(0));
     const A_long h = static_cast<A_long>(state.range(1));
     const bool deep = state.range(2) != 0;
+    cpu_features::force_simd_answer(static_cast<int>(state.range(3)) - 1);
     std::vector<headless::World> frames;
     for (A_long f = 0; f < 4; ++f) {
         headless::World world(w, h, deep);
@@ -135,12 +138,17 @@ void BM_Render(benchmark::State& state)
         }
     }
     state.counters["fps"] = benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
+    cpu_features::force_simd_answer(-1);
 }
 BENCHMARK(BM_Render)
-    ->Args({720, 480, 0})
-    ->Args({720, 480, 1})
-    ->Args({1920, 1080, 0})
-    ->Args({1920, 1080, 1})
+    ->Args({720, 480, 0, 0})
+    ->Args({720, 480, 1, 0})
+    ->Args({1920, 1080, 0, 0})
+    ->Args({1920, 1080, 1, 0})
+    ->Args({1920, 1080, 0, 1})
+    ->Args({1920, 1080, 1, 1})
+    ->Args({1920, 1080, 0, 2})
+    ->Args({1920, 1080, 1, 2})
     ->Unit(benchmark::kMillisecond);
 
 }  // namespace
