@@ -68,6 +68,7 @@ struct Host::HandleRec {
     char* data = nullptr;
     char* block = nullptr;  // what malloc returned
     size_t size = 0;
+    size_t capacity = 0;    // data bytes the block has room for (at least size)
     int locks = 0;
     size_t serial = 0;
 
@@ -192,7 +193,8 @@ struct Host::Impl {
         if (size > (A_HandleSize(1) << 40)) return nullptr;  // nothing real asks for a terabyte
         auto rec = std::make_unique<HandleRec>();
         const size_t n = static_cast<size_t>(size);
-        rec->block = h->take_spare_block(n);
+        rec->capacity = n;
+        rec->block = h->take_spare_block(n, &rec->capacity);
         if (!rec->block) rec->block = static_cast<char*>(std::malloc(n + kTailGuard + 16));
         if (!rec->block) return nullptr;
         rec->data = rec->block + h->handle_misalign_;
@@ -244,7 +246,7 @@ struct Host::Impl {
         HandleRec* r = it->second.get();
         if (!r->tail_intact()) h->report_problem("handle written past its end (" + std::to_string(r->size) + " bytes)");
         if (h->recycle_) {
-            h->keep_spare_block(r->block, r->size);
+            h->keep_spare_block(r->block, r->capacity);
         } else {
             std::memset(r->data, kDeadByte, r->size);
             std::free(r->block);
@@ -291,6 +293,7 @@ struct Host::Impl {
         r->block = block;
         r->data = data;
         r->size = n;
+        r->capacity = n;
         return PF_Err_NONE;
     }
 
@@ -751,14 +754,19 @@ void Host::set_recycle_memory(bool on) {
     if (!on) free_spare_blocks();
 }
 
-// Blocks are kept by exact size: an effect asks for the same sizes frame
-// after frame. The total kept is bounded so that an odd mix cannot hoard.
-char* Host::take_spare_block(size_t size) {
-    auto it = spare_blocks_.find(size);
-    if (it == spare_blocks_.end()) return nullptr;
+// Blocks are kept by the size they hold: an effect asks for the same sizes
+// frame after frame, give or take a few pages (images start their pixels at
+// one of several offsets into their blocks), so the smallest kept block
+// within that slack serves. The total kept is bounded so that an odd mix
+// cannot hoard.
+char* Host::take_spare_block(size_t size, size_t* capacity) {
+    constexpr size_t kSlack = 64 * 1024;
+    auto it = spare_blocks_.lower_bound(size);
+    if (it == spare_blocks_.end() || it->first - size > kSlack) return nullptr;
     char* block = it->second;
+    *capacity = it->first;
+    spare_bytes_ -= it->first;
     spare_blocks_.erase(it);
-    spare_bytes_ -= size;
     return block;
 }
 

@@ -190,7 +190,7 @@ private:
     // Disposed handle blocks by data size, kept while recycling.
     std::multimap<size_t, char*> spare_blocks_;
     size_t spare_bytes_ = 0;
-    char* take_spare_block(size_t size);
+    char* take_spare_block(size_t size, size_t* capacity);
     void keep_spare_block(char* block, size_t size);
     void free_spare_blocks();
 
