@@ -47,9 +47,11 @@ int64_t stand_in_frame(int64_t i, int64_t count) {
 }
 
 const HostFrame& FrameSource::at(int64_t i) {
-    // Before the start the mirrored frame decides how far to read; past the
-    // end, reading finds where the end is.
-    if (i < 0) has(-i);
+    // Before the start, the mirrored frame (the effect looks back one frame;
+    // a time further back gets no further than a few frames in, so that it
+    // cannot make the whole clip be read). Past the end, reading finds the end.
+    constexpr int64_t kMirrorReach = 4;
+    if (i < 0) i = std::min(-i, kMirrorReach);
     if (!has(i)) i = stand_in_frame(i, end_);
     if (window_.empty() || i < 0) throw CliError("", "the video has no frames");
     if (i < window_start_) i = window_start_;  // released already: the oldest kept stands in

@@ -154,7 +154,7 @@ TEST(ConversionPlan, StartAsFrameOrTime) {
 TEST(Options, ParsesValuesAndRejectsBadOnes) {
     Options o = parse_ok({"render", "in.mov", "out.mov", "--rate", "29.97", "--field-order=upper", "--motion", "-100",
                           "--pattern-size", "12", "--deartifact", "4:2:0", "--show", "Match Points", "--depth", "16",
-                          "-y", "--frames", "5"});
+                          "-y", "--frames", "5", "--threads", "1"});
     EXPECT_EQ(o.rate, CompRate::k29_97);
     EXPECT_EQ(o.field_order, FieldOrderOpt::kUpper);
     EXPECT_EQ(o.motion, -100.0);
@@ -164,6 +164,8 @@ TEST(Options, ParsesValuesAndRejectsBadOnes) {
     EXPECT_EQ(o.depth, 16);
     EXPECT_TRUE(o.overwrite);
     EXPECT_EQ(*o.frames, 5);
+    EXPECT_EQ(o.threads, 1);
+    EXPECT_EQ(parse_ok({"render", "in.mov", "out.mov"}).threads, 0);  // the pipeline by default
 
     // Views keep their menu positions, separators counted; signs matter.
     const std::pair<const char*, int> views[] = {{"result", 1}, {"field-2", 4}, {"Field -1", 5}, {"field0", 6},
@@ -173,7 +175,7 @@ TEST(Options, ParsesValuesAndRejectsBadOnes) {
     // Each after "render in.mov out.mov".
     const std::vector<std::vector<std::string>> bad = {
         {"--rate", "24"}, {"--pattern-size", "0"}, {"--pattern-size", "13"}, {"--motion", "100.5"},
-        {"--frames", "0"}, {"--rate"},           {"--bogus"},
+        {"--frames", "0"}, {"--rate"},           {"--bogus"},           {"--threads", "0"},
     };
     for (const auto& more : bad) {
         std::vector<std::string> args = {"render", "in.mov", "out.mov"};
