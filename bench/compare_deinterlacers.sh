@@ -73,6 +73,9 @@ if "$tessen" --help 2>/dev/null | grep -q -- '--threads'; then
     run "tessen --threads 1" "$tessen" render "$clip" "$work/tessen1.mkv" --rate 29.97 --quiet -y --threads 1
 fi
 run "ffmpeg bwdif" "${ff[@]}" -vf bwdif=mode=send_frame -f null -
+# The same job as tessen's: the interlaced FFV1 file in, a progressive FFV1
+# file out.
+run "ffmpeg bwdif, ffv1 out" "${ff[@]}" -vf bwdif=mode=send_frame -c:v ffv1 -y "$work/bwdif.mkv"
 run "ffmpeg yadif" "${ff[@]}" -vf yadif=mode=send_frame -f null -
 run "ffmpeg w3fdif" "${ff[@]}" -vf w3fdif=mode=frame -f null -
 run "ffmpeg ffv1 encode" "${ff[@]}" -c:v ffv1 -y "$work/copy.mkv"
