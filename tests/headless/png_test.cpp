@@ -96,8 +96,14 @@ TEST(Png, SixteenBitWorldDecodesWithFfmpeg) {
     EXPECT_EQ(raw[1 + 6 * 4 + 1], 0xFF);
 
     if (std::system("ffmpeg -version > /dev/null 2>&1") != 0) GTEST_SKIP() << "ffmpeg not installed";
-    const std::string dir = TESSEN_BINARY_DIR;
-    const std::string in = dir + "/png_test_deep.png", out = dir + "/png_test_deep.raw";
+    char scratch[] = "/tmp/tessen-png-XXXXXX";
+    ASSERT_NE(mkdtemp(scratch), nullptr);
+    const std::string dir = scratch;
+    const std::string in = dir + "/deep.png", out = dir + "/deep.raw";
+    struct Cleanup {
+        std::string dir;
+        ~Cleanup() { std::system(("rm -rf '" + dir + "'").c_str()); }
+    } cleanup{dir};
     std::string error;
     ASSERT_TRUE(headless::write_file(in, png, &error)) << error;
     const std::string cmd = "ffmpeg -v error -y -i " + in + " -f rawvideo -pix_fmt rgb48be " + out;
