@@ -1,24 +1,16 @@
 #include "image/median_filter.h"
 
 #include <emmintrin.h>
+#include <immintrin.h>
 
+#include <cstddef>
 #include <cstring>
 #include <utility>
 
+#include "image/cpu_features.h"
 #include "image/float_world.h"
 
 namespace {
-
-// The networks run on whole pixels: one compare-exchange orders red, green
-// and blue (and the unused alpha lane) at once. Equal values keep both
-// copies, so each lane sees exactly the multiset it started with.
-inline void sort2(__m128& a, __m128& b)
-{
-    const __m128 lo = _mm_min_ps(b, a);
-    const __m128 hi = _mm_max_ps(a, b);
-    a = lo;
-    b = hi;
-}
 
 // The optimal nine-element median network: 19 compare-exchanges, the median
 // ends in position 4.
@@ -42,153 +34,130 @@ constexpr unsigned char kMedian25[][2] = {
     {11, 19}, {7, 23}, {7, 11}, {11, 13}, {11, 12},
 };
 
-template <const auto& Net, size_t... I>
-inline void run_network(__m128* p, std::index_sequence<I...>)
-{
-    (sort2(p[Net[I][0]], p[Net[I][1]]), ...);
-}
-
-// Unrolled with constant indices so that the window stays in registers.
-struct Median9 {
-    static constexpr int kRadius = 1;
-    static __m128 run(__m128* p)
-    {
-        run_network<kMedian9>(p, std::make_index_sequence<sizeof(kMedian9) / 2>());
-        return p[4];
-    }
+// The 49-value median network, built at compile time: Batcher's odd-even
+// merge sort of 64 inputs; the comparators that touch inputs 49 .. 63 are
+// dropped (those inputs would hold +infinity, which no comparator moves), and
+// of the rest only those are kept that decide position 24, walking back from
+// the last comparator.
+struct Network49 {
+    unsigned char pairs[600][2] = {};
+    int size = 0;
 };
 
-struct Median25 {
-    static constexpr int kRadius = 2;
-    static __m128 run(__m128* p)
-    {
-        run_network<kMedian25>(p, std::make_index_sequence<sizeof(kMedian25) / 2>());
-        return p[12];
-    }
-};
-
-// Selection by repeated partitioning (Wirth); reorders its input.
-float select_kth(float* a, int n, int k)
+constexpr Network49 BuildMedian49()
 {
-    int lo = 0;
-    int hi = n - 1;
-    while (lo < hi) {
-        const float x = a[k];
-        int i = lo;
-        int j = hi;
-        do {
-            while (a[i] < x) {
-                ++i;
-            }
-            while (x < a[j]) {
-                --j;
-            }
-            if (i <= j) {
-                const float t = a[i];
-                a[i] = a[j];
-                a[j] = t;
-                ++i;
-                --j;
-            }
-        } while (i <= j);
-        if (j < k) {
-            lo = i;
-        }
-        if (k < i) {
-            hi = j;
+    Network49 all;
+    constexpr int n = 64;
+    for (int p = 1; p < n; p *= 2)
+        for (int k = p; k >= 1; k /= 2)
+            for (int j = k % p; j + k < n; j += 2 * k)
+                for (int i = 0; i < k && i + j + k < n; ++i)
+                    if ((i + j) / (2 * p) == (i + j + k) / (2 * p) && i + j + k < 49) {
+                        all.pairs[all.size][0] = static_cast<unsigned char>(i + j);
+                        all.pairs[all.size][1] = static_cast<unsigned char>(i + j + k);
+                        ++all.size;
+                    }
+    bool needed[49] = {};
+    needed[24] = true;
+    bool keep[600] = {};
+    int kept = 0;
+    for (int c = all.size - 1; c >= 0; --c) {
+        const int a = all.pairs[c][0], b = all.pairs[c][1];
+        if (needed[a] || needed[b]) {
+            keep[c] = true;
+            needed[a] = needed[b] = true;
+            ++kept;
         }
     }
-    return a[k];
+    Network49 pruned;
+    for (int c = 0; c < all.size; ++c)
+        if (keep[c]) {
+            pruned.pairs[pruned.size][0] = all.pairs[c][0];
+            pruned.pairs[pruned.size][1] = all.pairs[c][1];
+            ++pruned.size;
+        }
+    return pruned;
 }
 
-float median49(float* p)
-{
-    return select_kth(p, 49, 24);
-}
+constexpr Network49 kNetwork49 = BuildMedian49();
 
-// Walks one column at a time and keeps a ring of the k most recent window
-// rows (k pixels each), so moving down fetches one new row of k pixels. The
-// window is copied out of the ring because the network reorders it.
-template <typename Network>
-void median_interior_network(const CVFloatWorld& src, CVFloatWorld& dst)
+// The networks run on whole pixels: one compare-exchange orders red, green
+// and blue (and the unused alpha lane) at once, for one to four output
+// pixels side by side. Equal values keep both copies, so each lane sees
+// exactly the multiset it started with. The interior is walked row by row
+// and each window loaded straight from the source rows, which stay in cache
+// from one pixel to the next (only src is read, so the order of the walk
+// cannot change the result).
+
+namespace lanes128 {
+using V = __m128;
+constexpr A_long L = 1;
+inline V Load(const float* p) { return _mm_load_ps(p); }
+inline V Min(V a, V b) { return _mm_min_ps(a, b); }
+inline V Max(V a, V b) { return _mm_max_ps(a, b); }
+inline void Store(float* p, V v) { _mm_store_ps(p, v); }
+inline V AlphaOne(V v) { return _mm_move_ss(v, _mm_set_ss(1.0f)); }
+#include "image/median_interior_body.inc"
+}  // namespace lanes128
+
+#pragma GCC push_options
+#pragma GCC target("avx2")
+namespace lanes256 {
+using V = __m256;
+constexpr A_long L = 2;
+inline V Load(const float* p) { return _mm256_loadu_ps(p); }
+inline V Min(V a, V b) { return _mm256_min_ps(a, b); }
+inline V Max(V a, V b) { return _mm256_max_ps(a, b); }
+inline void Store(float* p, V v) { _mm256_storeu_ps(p, v); }
+inline V AlphaOne(V v) { return _mm256_blend_ps(v, _mm256_set1_ps(1.0f), 0x11); }
+#include "image/median_interior_body.inc"
+}  // namespace lanes256
+#pragma GCC pop_options
+
+#pragma GCC push_options
+#pragma GCC target("avx512f")
+// The compiler's own 512-bit header starts some results from a deliberately
+// undefined register, which its flow analysis then flags.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+namespace lanes512 {
+using V = __m512;
+constexpr A_long L = 4;
+inline V Load(const float* p) { return _mm512_loadu_ps(p); }
+inline V Min(V a, V b) { return _mm512_min_ps(a, b); }
+inline V Max(V a, V b) { return _mm512_max_ps(a, b); }
+inline void Store(float* p, V v) { _mm512_storeu_ps(p, v); }
+inline V AlphaOne(V v) { return _mm512_mask_mov_ps(v, 0x1111, _mm512_set1_ps(1.0f)); }
+#include "image/median_interior_body.inc"
+}  // namespace lanes512
+#pragma GCC diagnostic pop
+#pragma GCC pop_options
+
+// The interior with the widest vectors this processor runs, the columns
+// left over at the right in single pixels.
+template <int R>
+void median_interior(const CVFloatWorld& src, CVFloatWorld& dst)
 {
-    constexpr int R = Network::kRadius;
-    constexpr int k = 2 * R + 1;
     const A_long w = src.width();
     const A_long h = src.height();
     if (w <= 2 * R || h <= 2 * R) {
         return;  // no interior
     }
-    __m128 ring[k * k];
-    const __m128 one = _mm_set_ss(1.0f);
-
-    auto fetch = [&](A_long x, A_long y) {
-        const int slot = static_cast<int>(y % k);
-        const float* px = src.data_at_point(x - R, y);
-        for (int i = 0; i < k; ++i) {
-            ring[slot * k + i] = _mm_load_ps(px + 4 * i);
-        }
-    };
-
-    for (A_long x = R; x < w - R; ++x) {
-        for (A_long y = 0; y < 2 * R; ++y) {
-            fetch(x, y);
-        }
-        for (A_long y = R; y < h - R; ++y) {
-            fetch(x, y + R);
-            __m128 window[k * k];
-            for (int i = 0; i < k * k; ++i) {
-                window[i] = ring[i];
-            }
-            // Alpha (lane 0) of every interior pixel becomes 1.0.
-            _mm_store_ps(dst.data_at_point(x, y), _mm_move_ss(Network::run(window), one));
-        }
+    const A_long count = w - 2 * R;
+    A_long done = R;
+    switch (cpu_features::widest_vectors()) {
+    case cpu_features::VectorWidth::k512:
+        done = R + count / 4 * 4;
+        lanes512::Interior<R>(src, dst, R, done);
+        break;
+    case cpu_features::VectorWidth::k256:
+        done = R + count / 2 * 2;
+        lanes256::Interior<R>(src, dst, R, done);
+        break;
+    default:
+        break;
     }
-}
-
-// The 7 x 7 filter selects per colour channel: the same column walk with a
-// ring of k window rows of k values for each channel, copied out for the
-// selection, which reorders its input.
-template <int R, float (*Median)(float*)>
-void median_interior_select(const CVFloatWorld& src, CVFloatWorld& dst)
-{
-    constexpr int k = 2 * R + 1;
-    const A_long w = src.width();
-    const A_long h = src.height();
-    if (w <= 2 * R || h <= 2 * R) {
-        return;  // no interior
-    }
-    float ring[3][k * k];
-    float window[k * k];
-
-    auto fetch = [&](A_long x, A_long y) {
-        const int slot = static_cast<int>(y % k);
-        const CVFloatWorld::tPixel* px = src.pixel_at_point(x - R, y);
-        for (int i = 0; i < k; ++i) {
-            ring[0][slot * k + i] = px[i].red;
-            ring[1][slot * k + i] = px[i].green;
-            ring[2][slot * k + i] = px[i].blue;
-        }
-    };
-
-    for (A_long x = R; x < w - R; ++x) {
-        for (A_long y = 0; y < 2 * R; ++y) {
-            fetch(x, y);
-        }
-        for (A_long y = R; y < h - R; ++y) {
-            fetch(x, y + R);
-            float m[3];
-            for (int c = 0; c < 3; ++c) {
-                std::memcpy(window, ring[c], sizeof(window));
-                m[c] = Median(window);
-            }
-            CVFloatWorld::tPixel* d = dst.pixel_at_point(x, y);
-            d->alpha = 1.0f;
-            d->red = m[0];
-            d->green = m[1];
-            d->blue = m[2];
-        }
-    }
+    lanes128::Interior<R>(src, dst, done, w - R);
 }
 
 void copy_borders(const CVFloatWorld& src, CVFloatWorld& dst, A_long R)
@@ -226,15 +195,15 @@ void deartifact_median(const CVFloatWorld& src, A_long filter, CVFloatWorld& dst
     switch (filter) {
     case 1:
         copy_borders(src, dst, 1);
-        median_interior_network<Median9>(src, dst);
+        median_interior<1>(src, dst);
         break;
     case 2:
         copy_borders(src, dst, 2);
-        median_interior_network<Median25>(src, dst);
+        median_interior<2>(src, dst);
         break;
     case 3:
         copy_borders(src, dst, 3);
-        median_interior_select<3, median49>(src, dst);
+        median_interior<3>(src, dst);
         break;
     default:
         break;

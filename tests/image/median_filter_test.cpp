@@ -1,4 +1,5 @@
 #include "image/median_filter.h"
+#include "image/cpu_features.h"
 
 #include <algorithm>
 
@@ -29,8 +30,11 @@ tPixel reference(const CVFloatWorld& src, A_long R, A_long x, A_long y)
 TEST_F(MedianFilterTest, MatchesSortedWindowsAndCopiesBorders)
 {
     const std::vector<std::pair<A_long, A_long>> sizes = {{1, 1}, {3, 3}, {2, 7}, {5, 5},  {7, 7},
-                                                          {8, 5}, {9, 1}, {20, 17}, {33, 9}};
+                                                          {8, 5}, {9, 1}, {20, 17}, {33, 9}, {64, 24}};
+    // Every vector width the processor runs (capped from the widest down).
+    for (int cap : {128, 256, -1})
     for (A_long filter : {1, 2, 3}) {
+        cpu_features::cap_vector_width(cap);
         for (auto [w, h] : sizes) {
             CVFloatWorld src(w, h), dst(w, h), before(w, h);
             fill_random(src, rng_, -1, 1);
@@ -43,10 +47,11 @@ TEST_F(MedianFilterTest, MatchesSortedWindowsAndCopiesBorders)
                 for (A_long x = 0; x < w; ++x) {
                     const tPixel want = reference(src, filter, x, y);
                     ASSERT_EQ(std::memcmp(dst.pixel_at_point(x, y), &want, sizeof want), 0)
-                        << "filter " << filter << " " << w << "x" << h << " at " << x << "," << y;
+                        << "filter " << filter << " " << w << "x" << h << " at " << x << "," << y << " cap " << cap;
                 }
         }
     }
+    cpu_features::cap_vector_width(-1);
 }
 
 TEST_F(MedianFilterTest, OtherFilterNumbersLeaveTheDestinationAlone)
