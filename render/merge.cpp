@@ -1,5 +1,7 @@
 #include "render/merge.h"
 
+#include <emmintrin.h>
+
 #include <cmath>
 #include <cstdlib>
 #include <limits>
@@ -74,6 +76,34 @@ void Search(const Walk& w, long x, long y, long& bestK, float& bestScore) {
     }
 }
 
+// Field 0's line y into its output row: a still pixel (motion 0) is the
+// Field 0 pixel; a moving one keeps the base's alpha with colour m x P +
+// (1 - m) x base, or is the view's marker colour for "Source" and "Vector
+// Magnitudes". Four floats (one pixel) per step, each lane the scalar
+// operations.
+void WriteOwnLine(A_long show, long W, const float* P, const float* d, float* O) {
+    const bool marker = show == kShowSource || show == kShowVectorMagnitudes;
+    const __m128 mark = show == kShowSource ? _mm_setr_ps(1.0f, 0.5f, 0.0f, 0.0f) : _mm_setr_ps(1.0f, 0.0f, 0.0f, 0.0f);
+    const __m128 one = _mm_set1_ps(1.0f);
+    const __m128 alphaLane = _mm_castsi128_ps(_mm_setr_epi32(-1, 0, 0, 0));
+    for (long x = 0; x < W; ++x) {
+        const float m = d[x];
+        const __m128 p = _mm_loadu_ps(P + x * 4);
+        __m128 out;
+        if (m == 0.0f) {
+            out = p;
+        } else if (marker) {
+            out = mark;
+        } else {
+            const __m128 o = _mm_loadu_ps(O + x * 4);
+            const __m128 mv = _mm_set1_ps(m);
+            const __m128 mix = _mm_add_ps(_mm_mul_ps(mv, p), _mm_mul_ps(_mm_sub_ps(one, mv), o));
+            out = _mm_or_ps(_mm_and_ps(alphaLane, o), _mm_andnot_ps(alphaLane, mix));
+        }
+        _mm_storeu_ps(O + x * 4, out);
+    }
+}
+
 void MergeRow(const Walk& w, long y) {
     const A_long show = w.settings.show;
     const long W = w.width;
@@ -85,27 +115,21 @@ void MergeRow(const Walk& w, long y) {
     const float* g = w.gradient.row_ptr(y);
     const float* d = w.difference.row_ptr(y);
 
+    // Field 0's own line depends on nothing the search finds, and nothing
+    // reads it back, so it is written first for the whole row; the views
+    // that mark a matched pixel overwrite it afterwards. (The walk below
+    // could only stop early on a match ending past the row, which the
+    // clamped match ends never do, so no pixel of the line is written that
+    // the pixel-by-pixel walk would have left.)
+    WriteOwnLine(show, W, P, d, O);
+    const long rowPixels = static_cast<long>(w.output.rowbytes() / 16);
+
     MatchPoint previous{0.0f, 0.0f, 0.0f, 10.0f};
     long segmentStart = 0;
     for (long x = 0; x < W; ++x) {
-        const float m = d[x];
-        const float* p = P + x * 4;
-        float* o = O + x * 4;
-        bool candidate = false;
-        if (m != 0.0f) {
-            if (show == kShowSource) {
-                Set(o, 1.0f, 0.5f, 0.0f, 0.0f);
-            } else if (show == kShowVectorMagnitudes) {
-                Set(o, 1.0f, 0.0f, 0.0f, 0.0f);
-            } else {
-                for (int c = 1; c < 4; ++c) o[c] = m * p[c] + (1.0f - m) * o[c];
-            }
-            candidate = g[x] != 0.0f;
-        } else {
-            for (int c = 0; c < 4; ++c) o[c] = p[c];
-        }
         if (previous.end > static_cast<float>(W)) break;
-        if (!candidate) continue;
+        if (d[x] == 0.0f || g[x] == 0.0f) continue;  // only moving edge pixels are matched
+        float* o = O + x * 4;
 
         long k;
         float score;
@@ -120,7 +144,12 @@ void MergeRow(const Walk& w, long y) {
                                   below + segmentStart * 4);
         } else if (show == kShowMatchPoints) {
             Set(o, 1.0f, 1.0f, 0.0f, 0.0f);
-            Set(below + (x + k) * 4, 1.0f, 0.0f, 1.0f, 0.0f);
+            // A match left of column 0 marks the tail of the row above
+            // (flat row layout). A real pixel there is Field 0's line, which
+            // the walk used to write after this mark; only marks in the row
+            // padding stay.
+            const long markColumn = x + k;
+            if (markColumn >= 0 || rowPixels + markColumn >= W) Set(below + markColumn * 4, 1.0f, 0.0f, 1.0f, 0.0f);
         } else if (show == kShowVectorMagnitudes) {
             const float v = static_cast<float>(std::labs(k)) * 0.9f /
                                 static_cast<float>(w.settings.searchSpan) +

@@ -248,6 +248,33 @@ TEST_F(MergeTest, ViewsMarkTheirPixelsAndTiesGoToTheLargerOffset) {
     }
 }
 
+// A match left of column 0 puts its "Match Points" mark into the row
+// above's tail (the flat row layout). Where that is a real pixel of Field
+// 0's own line, the line is what stays: it used to be written after the mark.
+TEST_F(MergeTest, MatchMarksLeftOfTheRowDoNotOverwriteTheFieldLine) {
+    Scene s(40, 16, true);  // 40 pixels: no row padding
+    // Every row is the row above moved two pixels left, so offset -2 matches.
+    auto texture = [](long u) {
+        const unsigned h = static_cast<unsigned>(u * 2654435761u) >> 20;
+        return Pixel{1, (h % 97) / 97.0f, (h % 89) / 89.0f, (h % 83) / 83.0f};
+    };
+    for (long y = 0; y < s.rows; ++y)
+        for (long x = 0; x < s.width; ++x) Put(s.field0, x, y, texture(x + 2 * y + 100));
+    s.Prepare(4);
+    FillRandom(s.plus1, rng_);
+    FillAll(s.gradient, 0.0f);
+    s.gradient.row_ptr(4)[1] = 1.0f;
+    FillAll(s.difference, 1.0f);
+    const long r0 = s.OutRow(4);
+    for (const MergeKernels& kernels : kBoth) {
+        FillAll(s.output, kBlack);
+        s.Run(kernels, kShowMatchPoints);
+        EXPECT_EQ(At(s.output, 1, r0), (Pixel{1, 1, 0, 0}));
+        const Pixel p = At(s.field0, 39, 4);
+        EXPECT_EQ(At(s.output, 39, r0), (Pixel{1, p[1], p[2], p[3]}));  // not the green mark of column -1
+    }
+}
+
 TEST_F(MergeTest, RejectsImagesThatDoNotFit) {
     RenderSettings settings{};
     settings.show = kShowResult;
