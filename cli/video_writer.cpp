@@ -167,7 +167,7 @@ struct VideoWriter::Impl {
             // would make viewers brighten or darken the stills.
             color.primaries = AVCOL_PRI_UNSPECIFIED;
             color.transfer = AVCOL_TRC_UNSPECIFIED;
-        } else {
+        } else if (!rgb_out) {
             if (!yuv_matrix(color.matrix)) color.matrix = guess.matrix;
             color.range = AVCOL_RANGE_MPEG;
         }

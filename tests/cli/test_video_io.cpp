@@ -320,6 +320,9 @@ TEST(VideoWriter, LosslessOutputReadsBackBitExactAtBothDepths) {
         EXPECT_EQ(p.codec, "ffv1");
         EXPECT_EQ(p.pix_fmt, depth == 8 ? "bgr0" : "gbrp16le");
         EXPECT_EQ(p.field_order, AV_FIELD_PROGRESSIVE);
+        // Tagged as what it is: full-range RGB, no Y'CbCr matrix.
+        EXPECT_EQ(p.color_space, AVCOL_SPC_RGB);
+        EXPECT_EQ(p.color_range, AVCOL_RANGE_JPEG);
         VideoReader r(path);
         EXPECT_EQ(r.info().frame_rate, (Rational{30000, 1001}));
         EXPECT_EQ(r.info().color.matrix, AVCOL_SPC_RGB);
