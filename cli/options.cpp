@@ -164,7 +164,7 @@ const char* help_text() {
            "  4    input not supported: frame rate or conversion, or frame size below the\n"
            "       effect's minimum\n"
            "  5    output cannot be written: exists (use -y), folder not writable, disk full\n"
-           "  130  interrupted (SIGINT); 143 terminated (SIGTERM)\n"
+           "  128+N  stopped by signal N (130 Ctrl-C, 143 SIGTERM, 129 SIGHUP, 141 SIGPIPE)\n"
            "No output file is left behind when tessen fails or is interrupted.\n";
 }
 

@@ -1,5 +1,7 @@
 #include "cli/pipeline.h"
 
+#include "cli/interrupt.h"
+
 #include <chrono>
 #include <csignal>
 #include <pthread.h>
@@ -17,8 +19,7 @@ public:
     SignalsBlocked() {
         sigset_t s;
         sigemptyset(&s);
-        sigaddset(&s, SIGINT);
-        sigaddset(&s, SIGTERM);
+        add_stop_signals(&s);
         pthread_sigmask(SIG_BLOCK, &s, &old_);
     }
     ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &old_, nullptr); }

@@ -332,8 +332,10 @@ TEST(CliErrors, FullDiskLeavesNothingBehind) {
 TEST(CliErrors, InterruptStopsCleanly) {
     ScratchDir dir;
     const std::string in = make_clip(dir, "in.mkv", 320, 240, "25", 100);  // some seconds of work
-    for (const char* name : {"out.mkv", "out_%05d.png"})
-        for (int sig : {SIGINT, SIGTERM}) {
+    const std::pair<const char*, int> cases[] = {{"out.mkv", SIGINT},       {"out.mkv", SIGTERM},
+                                                 {"out.mkv", SIGHUP},       {"out.mkv", SIGPIPE},
+                                                 {"out_%05d.png", SIGINT}, {"out_%05d.png", SIGHUP}};
+    for (const auto& [name, sig] : cases) {
             SCOPED_TRACE(std::string(name) + " signal " + std::to_string(sig));
             bool sent = false;
             // Signal once the temporary output exists, i.e. rendering is under way.
