@@ -2,6 +2,8 @@
 // writes is read back.
 #include "cli_test_util.h"
 
+#include <cmath>
+
 #include <gtest/gtest.h>
 
 #include <signal.h>
@@ -35,6 +37,50 @@ std::vector<std::string> render(const std::string& in, const std::string& out, c
     std::vector<std::string> a = {"render", in, out, "--source", source, "--field-order", order};
     a.insert(a.end(), more.begin(), more.end());
     return a;
+}
+
+// Peak signal-to-noise ratio of two 8-bit frames over red, green and blue.
+double psnr(const HostFrame& a, const HostFrame& b) {
+    double sum = 0;
+    for (int y = 0; y < a.height; ++y)
+        for (int x = 0; x < a.width; ++x)
+            for (int c = 1; c < 4; ++c) {
+                const double d = value8(a, x, y, c) - value8(b, x, y, c);
+                sum += d * d;
+            }
+    const double mse = sum / (3.0 * a.width * a.height);
+    return mse > 0 ? 10 * std::log10(255.0 * 255.0 / mse) : 99.0;
+}
+
+// The field order recorded in the file, as FFmpeg records it (setfield tags
+// top-first FFV1 TB and bottom-first BT), decides which field comes first:
+// a pan at 59.94p woven into 29.97i either way converts to 29.97 frames that
+// each show the instant of their first field, progressive frame 2k, and not
+// the one after it.
+TEST(CliRender, FieldOrderRecordedInTheFilePutsFramesOnTheirInstants) {
+    ScratchDir dir;
+    const std::string prog = dir.file("prog.mkv");
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=320x96:rate=60000/1001 -frames:v 16 -vf crop=160:96:t*300:0 "
+                       "-c:v ffv1 -pix_fmt bgr0 " + prog));
+    const ReadBack source = read_all(prog);
+    ASSERT_EQ(source.frames.size(), 16u);
+    for (const char* order : {"top", "bottom"}) {
+        SCOPED_TRACE(order);
+        const std::string woven = dir.file(std::string(order) + ".mkv"), out = dir.file(std::string(order) + "_out.mkv");
+        const std::string filter = std::string("tinterlace=mode=interleave_") + order + ",setfield=" + (order[0] == 't' ? "tff" : "bff");
+        ASSERT_TRUE(ffmpeg("-i " + prog + " -vf " + filter + " -c:v ffv1 -pix_fmt bgr0 " + woven));
+        RunResult r = run_tessen({"render", woven, out, "--rate", "29.97"});
+        ASSERT_EQ(r.exit_code, 0) << r.err;
+        EXPECT_TRUE(contains(r.err, order[0] == 't' ? "upper field first" : "lower field first")) << r.err;
+        const ReadBack back = read_all(out);
+        ASSERT_EQ(back.frames.size(), 8u);
+        for (size_t k = 1; k + 1 < back.frames.size(); ++k) {
+            const double own = psnr(back.frames[k], source.frames[2 * k]);
+            const double next = psnr(back.frames[k], source.frames[2 * k + 1]);
+            EXPECT_GT(own, next + 1.0) << "frame " << k << ": " << own << " dB against its instant, " << next
+                                       << " against the next";
+        }
+    }
 }
 
 // Each supported conversion, and --start and --frames choosing a part.

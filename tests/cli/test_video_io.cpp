@@ -279,11 +279,19 @@ TEST(VideoReader, ReportsFieldOrderFromTheFile) {
         const char* args;
         FieldOrder expected;
     };
+    // Tags as FFmpeg writes them of itself: setfield marks the pictures and
+    // the tool picks the tag (TB / BT for top / bottom first with most
+    // codecs), DV is bottom first, interlaced H.264 says which field leads.
     const Case cases[] = {
         {"bff.mkv", "-c:v ffv1 -field_order bb", FieldOrder::LowerFirst},
         {"tff.mov", "-c:v prores_ks -field_order tt", FieldOrder::UpperFirst},
         {"ildct.mp4", "-vf setfield=bff -c:v libx264 -flags +ildct+ilme -x264opts bff=1", FieldOrder::LowerFirst},
         {"prog.mkv", "-c:v ffv1 -field_order progressive", FieldOrder::Progressive},
+        {"setfield-tff.mkv", "-vf setfield=tff -c:v ffv1", FieldOrder::UpperFirst},
+        {"setfield-bff.mkv", "-vf setfield=bff -c:v ffv1", FieldOrder::LowerFirst},
+        {"setfield-tff.mov", "-vf setfield=tff -c:v prores_ks", FieldOrder::UpperFirst},
+        {"dv.mov", "-s 720x480 -vf setfield=bff -c:v dvvideo -pix_fmt yuv411p", FieldOrder::LowerFirst},
+        {"h264-tff.mkv", "-vf setfield=tff -c:v libx264 -flags +ildct+ilme -top 1", FieldOrder::UpperFirst},
     };
     for (const Case& c : cases) {
         const std::string path = dir.file(c.file);
