@@ -7,6 +7,7 @@ ASAN_BUILD := build-asan
 WIN_BUILD := build-win
 BENCH_BUILD := build-bench
 DEMO_DIR ?= demo-output
+DIST := dist
 
 PACKAGES := cmake ninja-build g++ make pkg-config python3 \
 	libgtest-dev libgmock-dev libbenchmark-dev \
@@ -38,6 +39,7 @@ win: deps
 		-DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64-x86_64.cmake -DTESSEN_TESTS=OFF -DTESSEN_TOOLS=OFF
 	cmake --build $(WIN_BUILD) -j $(JOBS)
 	bash cmake/check-windows-module.sh $(WIN_BUILD)/TessenPlus.aex
+	bash cmake/make-dist.sh $(WIN_BUILD) $(DIST)
 
 # The Windows cross-build runs first: it is quick and catches Linux-only code.
 test: win test-native test-asan
@@ -51,4 +53,4 @@ bench: deps
 	$(BENCH_BUILD)/bench/tessen_bench --benchmark_min_time=0.2
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(WIN_BUILD) $(BENCH_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(WIN_BUILD) $(BENCH_BUILD) $(DIST)
