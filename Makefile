@@ -14,7 +14,7 @@ PACKAGES := cmake ninja-build g++ make pkg-config python3 \
 	g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 \
 	libavformat-dev libavcodec-dev libswscale-dev libavutil-dev ffmpeg
 
-.PHONY: all deps build test test-native test-asan win demo bench clean
+.PHONY: all deps build test test-native test-asan test-install win demo bench install clean
 
 all: build
 
@@ -27,6 +27,10 @@ build: deps
 
 test-native: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+# make install into a scratch folder, and the installed tessen run from elsewhere.
+test-install: build
+	bash cmake/check-install.sh $(BUILD)
 
 test-asan: deps
 	cmake -S . -B $(ASAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESSEN_SANITIZE=ON
@@ -42,7 +46,13 @@ win: deps
 	bash cmake/make-dist.sh $(WIN_BUILD) $(DIST)
 
 # The Windows cross-build runs first: it is quick and catches Linux-only code.
-test: win test-native test-asan
+test: win test-native test-install test-asan
+
+PREFIX ?= /usr/local
+
+# tessen in PREFIX/bin, the effect module in PREFIX/lib/tessen (DESTDIR is honoured).
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX) --strip
 
 demo: build
 	$(BUILD)/cli/tessen demo $(DEMO_DIR)

@@ -1,5 +1,8 @@
 #include "cli/effect_runner.h"
 
+#include <filesystem>
+#include <system_error>
+
 #include "cli/cli_error.h"
 #include "headless/effect.h"
 #include "headless/module.h"
@@ -114,7 +117,19 @@ void print_effect_message(std::FILE* out, const std::string& message) {
 std::string resolve_module_path(const std::string& option) {
     if (!option.empty()) return option;
     if (const char* env = std::getenv("TESSEN_MODULE"); env && *env) return env;
-    return TESSEN_DEFAULT_MODULE;
+    // Beside the program: installed as PREFIX/bin/tessen with
+    // PREFIX/lib/tessen/TessenPlus.so, or in the build folder as
+    // BUILD/cli/tessen with BUILD/TessenPlus.so.
+    std::error_code ec;
+    const std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", ec);
+    if (ec) throw CliError("", "cannot find where tessen itself is (" + ec.message() + "); name the effect module with --module");
+    const std::filesystem::path dir = exe.parent_path();
+    const std::filesystem::path candidates[] = {dir / ".." / "lib" / "tessen" / "TessenPlus.so", dir / ".." / "TessenPlus.so"};
+    for (const auto& c : candidates)
+        if (std::filesystem::is_regular_file(c, ec)) return c.lexically_normal().string();
+    throw CliError("", "the effect module TessenPlus.so is not installed beside tessen (looked in " +
+                           candidates[0].lexically_normal().string() + " and " + candidates[1].lexically_normal().string() +
+                           "); name it with --module or $TESSEN_MODULE");
 }
 
 EffectRunner::EffectRunner(const EffectSetup& setup) : impl_(std::make_unique<Impl>()) {

@@ -70,7 +70,8 @@ private:
 // effect cut it at its 255-character limit.
 void print_effect_message(std::FILE* out, const std::string& message);
 
-// The module to load: --module, else $TESSEN_MODULE, else the one built with tessen.
+// The module to load: --module, else $TESSEN_MODULE, else the one installed
+// beside the program (PREFIX/lib/tessen, or the build folder).
 std::string resolve_module_path(const std::string& option);
 
 }  // namespace tessen::cli

@@ -150,7 +150,7 @@ const char* help_text() {
            "                           thread (default: each on a thread of its own, in a\n"
            "                           pipeline; the effect itself always runs on one thread)\n"
            "  --module PATH            effect module to load (default: $TESSEN_MODULE, else the\n"
-           "                           module built with tessen)\n"
+           "                           TessenPlus.so installed beside tessen)\n"
            "  -y                       overwrite OUT if it exists\n"
            "  --quiet                  no progress and no notes\n"
            "  -h, --help               this text\n"
