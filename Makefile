@@ -12,7 +12,7 @@ DIST := dist
 PACKAGES := cmake ninja-build g++ make pkg-config python3 \
 	libgtest-dev libgmock-dev libbenchmark-dev \
 	g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 \
-	libavformat-dev libavcodec-dev libswscale-dev libavutil-dev ffmpeg
+	libavformat-dev libavcodec-dev libswscale-dev libswresample-dev libavutil-dev ffmpeg
 
 .PHONY: all deps build test test-native test-asan test-install win demo bench install clean
 

@@ -1,3 +1,4 @@
+#include "cli/audio_transcode.h"
 #include "cli/ffmpeg_util.h"
 #include "cli/output_file.h"
 #include "cli/pixel_convert.h"
@@ -80,6 +81,7 @@ struct VideoWriter::Impl {
     bool apending = false;
     bool aeof = true;
     std::vector<int> amap;
+    std::vector<std::unique_ptr<AudioTranscoder>> aconvert;  // by input stream; null: copied as it is
     int64_t aoffset = 0;  // AV_TIME_BASE units: the input's first video time becomes zero
     int acopied = 0;
     std::string anotice;
@@ -263,10 +265,28 @@ struct VideoWriter::Impl {
                 continue;
             }
             const char* name = avcodec_get_name(st->codecpar->codec_id);
-            if (avformat_query_codec(fmt->oformat, st->codecpar->codec_id, FF_COMPLIANCE_NORMAL) != 1) {
+            auto note = [&](const std::string& what) {
                 if (!anotice.empty()) anotice += "; ";
-                anotice += std::string("audio stream ") + std::to_string(i) + " (" + name + ") cannot be stored in " +
-                           output_kind_name(kind) + " output and is left out";
+                anotice += std::string("audio stream ") + std::to_string(i) + " (" + name + ") " + what;
+            };
+            const AudioPlan plan = plan_audio(fmt->oformat, st->codecpar);
+            if (plan == AudioPlan::ToAac || plan == AudioPlan::ToPcm) {
+                try {
+                    aconvert.resize(ain->nb_streams);
+                    aconvert[i] = std::make_unique<AudioTranscoder>(st, fmt, plan);
+                    amap[i] = aconvert[i]->output_index();
+                    ++acopied;
+                    note(std::string("is converted to ") + audio_plan_name(plan) + " for " + output_kind_name(kind) +
+                         " output");
+                    continue;
+                } catch (const std::exception& e) {
+                    note(std::string("cannot be converted (") + e.what() + ") and is left out");
+                    st->discard = AVDISCARD_ALL;
+                    continue;
+                }
+            }
+            if (plan == AudioPlan::Drop) {
+                note(std::string("cannot be stored in ") + output_kind_name(kind) + " output and is left out");
                 st->discard = AVDISCARD_ALL;
                 continue;
             }
@@ -313,6 +333,12 @@ struct VideoWriter::Impl {
                 // it goes too: kept, it would make the muxer shift the picture.
                 // (Unshifted sound keeps its own lead-in, such as AAC priming.)
                 av_packet_unref(apkt);
+                continue;
+            }
+            if (apkt->stream_index < int(aconvert.size()) && aconvert[apkt->stream_index]) {
+                const int r = aconvert[apkt->stream_index]->send(apkt);
+                av_packet_unref(apkt);
+                if (r < 0) fail("cannot write: " + av_error_text(r));
                 continue;
             }
             AVStream* os = fmt->streams[amap[apkt->stream_index]];
@@ -510,6 +536,15 @@ struct VideoWriter::Impl {
         if (r < 0) fail("encoding failed: " + av_error_text(r));
         drain(true);
         pump_audio(std::numeric_limits<double>::infinity());
+        for (auto& t : aconvert) {
+            if (!t) continue;
+            try {
+                r = t->finish();
+            } catch (const std::exception& e) {
+                fail(std::string("cannot convert the audio: ") + e.what());
+            }
+            if (r < 0) fail("cannot write: " + av_error_text(r));
+        }
         r = av_write_trailer(fmt);
         if (r < 0) fail("cannot finish writing: " + av_error_text(r));
         if (fmt->pb && !(fmt->oformat->flags & AVFMT_NOFILE)) {

@@ -22,6 +22,7 @@
 #include <functional>
 #include <random>
 #include <sstream>
+#include <cstdio>
 #include <string>
 #include <thread>
 #include <vector>
@@ -69,6 +70,18 @@ private:
 inline bool ffmpeg(const std::string& args) {
     const std::string cmd = "ffmpeg -nostdin -hide_banner -loglevel error -y " + args + " 2>/dev/null";
     return std::system(cmd.c_str()) == 0;
+}
+
+// What ffprobe (or ffmpeg) prints on standard output for `args`.
+inline bool ffmpeg_output(const std::string& args, std::string* out, const std::string& tool = "ffprobe") {
+    const std::string cmd = tool + (tool == "ffmpeg" ? " -nostdin " : " ") + args + " 2>/dev/null </dev/null";
+    FILE* p = popen(cmd.c_str(), "r");
+    if (!p) return false;
+    out->clear();
+    char buf[65536];
+    size_t n;
+    while ((n = fread(buf, 1, sizeof buf, p)) > 0) out->append(buf, n);
+    return pclose(p) == 0;
 }
 
 // Opaque frame of pseudo-random colours at the given depth.

@@ -218,6 +218,44 @@ TEST(CliRender, AudioFollowsOnlyWhenTheDurationIsKept) {
     expect_all(r.err, {"audio dropped", "conformed"});
 }
 
+// Audio the output's container cannot hold as it is is converted, never a
+// failed render: FLAC becomes PCM in QuickTime (lossless stays lossless, to
+// the sample), FLAC, Opus and PCM become AAC in MP4; Matroska keeps them.
+TEST(CliRender, AudioTheContainerCannotHoldIsConverted) {
+    ScratchDir dir;
+    struct Case {
+        const char* source;  // audio codec of the input
+        const char* output;
+        const char* expected;  // audio codec written
+    };
+    const Case cases[] = {
+        {"flac", "flac.mov", "pcm_s16le"}, {"flac", "flac.mp4", "aac"},  {"libopus", "opus.mov", "aac"},
+        {"libopus", "opus.mp4", "aac"},    {"pcm_s16le", "pcm.mp4", "aac"}, {"flac", "flac_out.mkv", "flac"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.output);
+        const std::string in = dir.file(std::string(c.source) + ".mkv");
+        if (!fs::exists(in)) {
+            ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=32x24:rate=25 -f lavfi -i sine=duration=0.4:sample_rate=48000 "
+                               "-frames:v 10 -c:v ffv1 -c:a " + std::string(c.source) + " " + in));
+        }
+        const std::string out = dir.file(c.output);
+        RunResult r = run_tessen(render(in, out, "pal", "lower"));
+        ASSERT_EQ(r.exit_code, 0) << r.err;
+        const std::string codec = c.expected;
+        EXPECT_EQ(contains(r.err, "is converted to"), codec != "flac") << r.err;
+        std::string probed;
+        ASSERT_TRUE(ffmpeg_output("-v error -select_streams a -show_entries stream=codec_name -of csv=p=0 " + out, &probed));
+        EXPECT_EQ(probed, codec + "\n");
+    }
+    // Lossless in, lossless out: the PCM in QuickTime is the FLAC's samples.
+    std::string a, b;
+    ASSERT_TRUE(ffmpeg_output("-v error -i " + dir.file("flac.mkv") + " -map 0:a -f s16le -", &a, "ffmpeg"));
+    ASSERT_TRUE(ffmpeg_output("-v error -i " + dir.file("flac.mov") + " -map 0:a -f s16le -", &b, "ffmpeg"));
+    EXPECT_EQ(a.size(), 0.4 * 48000 * 2);
+    EXPECT_TRUE(a == b);
+}
+
 TEST(CliAutoSetup, ReportsTheEffectsMessageForNtscAndPal) {
     ScratchDir dir;
     const std::string ntsc = make_clip(dir, "ntsc.mkv", 720, 480, "30000/1001", 1);
