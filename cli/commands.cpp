@@ -203,6 +203,7 @@ int run_render(const Options& o) {
     } catch (const CliError& e) {
         throw Failure(kExitOutput, e.what());
     }
+    if (!reader->timing_notice().empty()) say(o.quiet, "note: " + reader->timing_notice());
     if (!writer->audio_notice().empty()) say(o.quiet, "note: " + writer->audio_notice());
     char summary[256];
     std::snprintf(summary, sizeof summary, "wrote %s: %lld frames at %s fps, %.3f s%s", o.output.c_str(),

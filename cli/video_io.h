@@ -115,6 +115,10 @@ public:
     // half the cost of reading); returns how many there were. Errors as read().
     int64_t skip(int64_t count);
     int64_t frames_read() const;  // delivered or skipped
+    // Frames are placed by their timestamps at the nominal rate; once the
+    // whole video has been read, says how many were repeated to fill gaps
+    // or left out ("" when none).
+    const std::string& timing_notice() const;
 
 private:
     struct Impl;

@@ -161,6 +161,17 @@ struct VideoReader::Impl {
     bool flushing = false;
     bool ended = false;
     int64_t delivered = 0;
+    // Frames go out at the nominal rate by their timestamps: a gap is filled
+    // by repeating the frame before it, a second frame for one slot is left
+    // out (both counted, and told once the video has been read).
+    AVFrame* previous = nullptr;  // the last frame given out, for repeats
+    AVRational time_base{0, 1};
+    int64_t first_ts = AV_NOPTS_VALUE;
+    int64_t next_slot = 0;
+    int64_t repeats_due = 0;
+    int64_t repeated = 0;
+    int64_t dropped = 0;
+    std::string timing;
     int64_t expected_frames = -1;  // from a reliable container count, for truncation checks
     std::string damage;            // why reading stopped early, thrown after the frames before it
     // conversion buffers, kept from frame to frame
@@ -171,6 +182,7 @@ struct VideoReader::Impl {
         sws_freeContext(sws);
         av_frame_free(&rgb);
         av_frame_free(&frame);
+        av_frame_free(&previous);
         av_packet_free(&pkt);
         avcodec_free_context(&dec);
         avformat_close_input(&fmt);
@@ -231,7 +243,73 @@ struct VideoReader::Impl {
             fail("contains no video frames that can be decoded");
         }
         have_frame = true;
+        time_base = st->time_base;
+        previous = av_frame_alloc();
+        if (!previous) fail("out of memory");
         describe(st);
+    }
+
+    // The slot of the decoded frame at the nominal rate, counted from the
+    // first frame's time; a frame without a time takes the next slot.
+    int64_t slot_of(const AVFrame* f) {
+        const int64_t ts = f->best_effort_timestamp != AV_NOPTS_VALUE ? f->best_effort_timestamp : f->pts;
+        if (ts == AV_NOPTS_VALUE || info.frame_rate.num <= 0 || time_base.den == 0) return next_slot;
+        if (first_ts == AV_NOPTS_VALUE) first_ts = ts;
+        return std::llround(double(ts - first_ts) * av_q2d(time_base) * info.frame_rate.value());
+    }
+
+    // The next frame at the nominal rate into `out` (converted at `depth`),
+    // or only counted when `out` is null; false at the end.
+    bool advance(HostFrame* out, int depth) {
+        if (ended) return false;
+        for (;;) {
+            if (repeats_due == 0) {
+                if (!have_frame && !next_frame()) {
+                    ended = true;
+                    if (repeated > 0 || dropped > 0)
+                        timing = "the video's frames are placed by their timestamps at " +
+                                 std::to_string(info.frame_rate.value()).substr(0, 6) + " fps: " +
+                                 std::to_string(repeated) + " repeated to fill gaps, " + std::to_string(dropped) +
+                                 " left out where two fell on one frame";
+                    check_complete();
+                    return false;
+                }
+                have_frame = true;
+                const int64_t slot = slot_of(frame);
+                if (slot < next_slot) {  // a second frame for a slot already given out
+                    have_frame = false;
+                    av_frame_unref(frame);
+                    ++dropped;
+                    continue;
+                }
+                if (slot > next_slot && delivered > 0) {
+                    const int64_t gap = slot - next_slot;
+                    const int64_t limit = std::max<int64_t>(250, int64_t(10 * info.frame_rate.value()));
+                    if (gap > limit)
+                        fail("its timestamps jump " + std::to_string(gap) + " frames ahead after frame " +
+                             std::to_string(delivered) + ", too far to fill by repeating frames");
+                    repeats_due = gap;
+                }
+            }
+            if (repeats_due > 0) {
+                // The frame before the gap once more; the held one waits.
+                if (out) {
+                    std::swap(frame, previous);
+                    convert(*out, depth);
+                    std::swap(frame, previous);
+                }
+                --repeats_due;
+                ++repeated;
+            } else {
+                have_frame = false;
+                if (out) convert(*out, depth);
+                av_frame_unref(previous);
+                av_frame_move_ref(previous, frame);
+            }
+            ++next_slot;
+            ++delivered;
+            return true;
+        }
     }
 
     void describe(AVStream* st) {
@@ -598,36 +676,17 @@ const std::string& VideoReader::path() const { return impl_->path; }
 int64_t VideoReader::frames_read() const { return impl_->delivered; }
 
 int64_t VideoReader::skip(int64_t count) {
-    Impl& m = *impl_;
     int64_t n = 0;
-    while (n < count && !m.ended) {
-        if (!m.have_frame && !m.next_frame()) {
-            m.ended = true;
-            m.check_complete();
-            break;
-        }
-        m.have_frame = false;
-        av_frame_unref(m.frame);
-        ++m.delivered;
-        ++n;
-    }
+    while (n < count && impl_->advance(nullptr, 8)) ++n;
     return n;
 }
 
 bool VideoReader::read(HostFrame& out, int depth) {
     Impl& m = *impl_;
     if (depth != 8 && depth != 16) m.fail("pixel depth must be 8 or 16, not " + std::to_string(depth));
-    if (m.ended) return false;
-    if (!m.have_frame && !m.next_frame()) {
-        m.ended = true;
-        m.check_complete();
-        return false;
-    }
-    m.have_frame = false;
-    m.convert(out, depth);
-    av_frame_unref(m.frame);
-    ++m.delivered;
-    return true;
+    return m.advance(&out, depth);
 }
+
+const std::string& VideoReader::timing_notice() const { return impl_->timing; }
 
 }  // namespace tessen::cli

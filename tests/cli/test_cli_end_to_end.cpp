@@ -256,6 +256,25 @@ TEST(CliRender, AudioTheContainerCannotHoldIsConverted) {
     EXPECT_TRUE(a == b);
 }
 
+// Frames are placed by their timestamps: a capture that dropped frames 5 to
+// 9 keeps its length, the frame before the gap standing in for the missing
+// ones, and tessen says how many it repeated.
+TEST(CliRender, DroppedFramesArePlacedByTheirTimestamps) {
+    ScratchDir dir;
+    const std::string full = dir.file("full.mkv"), gappy = dir.file("gappy.mkv"), out = dir.file("out.mkv");
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=32x24:rate=25 -frames:v 20 -c:v ffv1 -pix_fmt bgr0 " + full));
+    ASSERT_TRUE(ffmpeg("-i " + full + " -vf select='not(between(n\\,5\\,9))' -fps_mode passthrough -c:v ffv1 " + gappy));
+    RunResult r = run_tessen(render(gappy, out, "pal", "lower", {"--no-deinterlace"}));
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    EXPECT_TRUE(contains(r.err, "5 repeated")) << r.err;
+    const ReadBack original = read_all(full), back = read_all(out);
+    ASSERT_EQ(back.frames.size(), 20u);
+    for (size_t k = 0; k < 20; ++k) {
+        const size_t shown = k >= 5 && k <= 9 ? 4 : k;
+        EXPECT_TRUE(back.frames[k].bytes == original.frames[shown].bytes) << "frame " << k;
+    }
+}
+
 TEST(CliAutoSetup, ReportsTheEffectsMessageForNtscAndPal) {
     ScratchDir dir;
     const std::string ntsc = make_clip(dir, "ntsc.mkv", 720, 480, "30000/1001", 1);
