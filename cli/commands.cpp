@@ -111,6 +111,7 @@ int run_render(const Options& o) {
     wo.sample_aspect = info.sample_aspect;
     wo.overwrite = o.overwrite;
     if (plan.keep_audio) wo.audio_source = o.input;
+    wo.alpha = info.has_alpha;
     std::unique_ptr<VideoWriter> writer;
     try {
         writer = std::make_unique<VideoWriter>(o.output, wo);
@@ -205,6 +206,7 @@ int run_render(const Options& o) {
     }
     if (!reader->timing_notice().empty()) say(o.quiet, "note: " + reader->timing_notice());
     if (!writer->audio_notice().empty()) say(o.quiet, "note: " + writer->audio_notice());
+    if (!writer->alpha_notice().empty()) say(o.quiet, "note: " + writer->alpha_notice());
     char summary[256];
     std::snprintf(summary, sizeof summary, "wrote %s: %lld frames at %s fps, %.3f s%s", o.output.c_str(),
                   static_cast<long long>(k), comp_rate_text(plan.rate),

@@ -67,6 +67,7 @@ struct VideoInfo {
     int chroma_shift_x = 0;          // log2 of chroma subsampling: 4:2:2 -> 1,0; 4:2:0 -> 1,1; 4:1:1 -> 2,0
     int chroma_shift_y = 0;
     bool is_rgb = false;             // RGB pixels (no chroma subsampling to undo)
+    bool has_alpha = false;          // an alpha channel (carried in the host frames' alpha)
     bool has_audio = false;
     int audio_streams = 0;
     ColorInfo color;
@@ -154,6 +155,9 @@ struct WriterOptions {
     // (packets re-timed against its first video frame). Pass it only when the
     // output keeps the input's duration.
     std::string audio_source;
+    // The pictures carry alpha worth keeping: ProRes 4444, FFV1 and PNG
+    // with alpha are written; H.264 has none and says so in alpha_notice().
+    bool alpha = false;
 };
 
 // Writes frames into a temporary file beside the target; finish() completes
@@ -176,6 +180,8 @@ public:
     // cannot hold, or an image sequence); empty when all was copied. The
     // caller prints it as a notice.
     const std::string& audio_notice() const;
+    // Why the pictures' alpha is not in the output ("" when kept or none).
+    const std::string& alpha_notice() const;
 
 private:
     struct Impl;

@@ -321,6 +321,7 @@ struct VideoReader::Impl {
         info.chroma_shift_x = d ? d->log2_chroma_w : 0;
         info.chroma_shift_y = d ? d->log2_chroma_h : 0;
         info.is_rgb = d && (d->flags & AV_PIX_FMT_FLAG_RGB);
+        info.has_alpha = d && (d->flags & AV_PIX_FMT_FLAG_ALPHA);
 
         AVRational rate = av_guess_frame_rate(fmt, st, frame);
         if (rate.num <= 0 || rate.den <= 0) rate = st->r_frame_rate;

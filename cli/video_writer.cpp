@@ -85,6 +85,7 @@ struct VideoWriter::Impl {
     int64_t aoffset = 0;  // AV_TIME_BASE units: the input's first video time becomes zero
     int acopied = 0;
     std::string anotice;
+    std::string alpha_notice;
 
     ~Impl() {
         if (fmt && fmt->pb && !(fmt->oformat->flags & AVFMT_NOFILE)) avio_closep(&fmt->pb);
@@ -181,26 +182,31 @@ struct VideoWriter::Impl {
         Dict codec_opts;
         switch (kind) {
         case OutputKind::ProRes:
-            enc->pix_fmt = AV_PIX_FMT_YUV422P10LE;
-            codec_opts.set("profile", "hq");
+            // With alpha, ProRes 4444 (full chroma and a 16-bit alpha plane).
+            enc->pix_fmt = opt.alpha ? AV_PIX_FMT_YUVA444P10LE : AV_PIX_FMT_YUV422P10LE;
+            codec_opts.set("profile", opt.alpha ? "4444" : "hq");
             codec_opts.set("vendor", "apl0");
             break;
         case OutputKind::Ffv1:
             // FFV1 has no planar 8-bit RGB and would pick a 9-bit format.
-            enc->pix_fmt = opt.depth == 8 ? AV_PIX_FMT_0RGB32 : AV_PIX_FMT_GBRP16;
+            if (opt.alpha)
+                enc->pix_fmt = opt.depth == 8 ? AV_PIX_FMT_BGRA : AV_PIX_FMT_GBRAP16;
+            else
+                enc->pix_fmt = opt.depth == 8 ? AV_PIX_FMT_0RGB32 : AV_PIX_FMT_GBRP16;
             enc->gop_size = 1;
             codec_opts.set("level", "3");
             codec_opts.set("slicecrc", "1");
             codec_opts.set("coder", "range_def");
             break;
         case OutputKind::H264:
+            if (opt.alpha) alpha_notice = "the source's alpha channel is left out: H.264 has none (.mov, .mkv and PNG keep it)";
             enc->pix_fmt = AV_PIX_FMT_YUV420P;
             codec_opts.set("crf", std::to_string(opt.h264_crf).c_str());
             codec_opts.set("preset", "medium");
             codec_opts.set("profile", "high");
             break;
         case OutputKind::PngSequence:
-            enc->pix_fmt = AV_PIX_FMT_RGB48BE;
+            enc->pix_fmt = opt.alpha ? AV_PIX_FMT_RGBA64BE : AV_PIX_FMT_RGB48BE;
             codec_opts.set("pred", "paeth");
             break;
         }
@@ -406,10 +412,12 @@ struct VideoWriter::Impl {
         switch (kind) {
         case OutputKind::Ffv1:
             if (opt.depth == 8) {
+                // 0RGB32 and BGRA alike: A (or nothing), R, G, B from the top byte down.
                 for (int y = 0; y < h; ++y) {
                     uint32_t* o = reinterpret_cast<uint32_t*>(frame->data[0] + size_t(y) * frame->linesize[0]);
                     for (int x = 0; x < w; ++x)
-                        o[x] = (uint32_t(c8(y, x, 1)) << 16) | (uint32_t(c8(y, x, 2)) << 8) | c8(y, x, 3);
+                        o[x] = (opt.alpha ? uint32_t(c8(y, x, 0)) << 24 : 0u) | (uint32_t(c8(y, x, 1)) << 16) |
+                               (uint32_t(c8(y, x, 2)) << 8) | c8(y, x, 3);
                 }
             } else {
                 for (int y = 0; y < h; ++y) {
@@ -422,20 +430,26 @@ struct VideoWriter::Impl {
                         g[x] = c16(y, x, 2);
                         b[x] = c16(y, x, 3);
                     }
+                    if (opt.alpha) {
+                        auto* a = reinterpret_cast<uint16_t*>(frame->data[3] + size_t(y) * frame->linesize[3]);
+                        for (int x = 0; x < w; ++x) a[x] = c16(y, x, 0);
+                    }
                 }
             }
             break;
-        case OutputKind::PngSequence:
+        case OutputKind::PngSequence: {
+            const int n = opt.alpha ? 4 : 3;  // R, G, B (, A), 16 bits big-endian each
             for (int y = 0; y < h; ++y) {
                 uint8_t* o = frame->data[0] + size_t(y) * frame->linesize[0];
                 for (int x = 0; x < w; ++x)
-                    for (int c = 0; c < 3; ++c) {
-                        const uint16_t v = c16(y, x, c + 1);
-                        o[6 * x + 2 * c] = uint8_t(v >> 8);
-                        o[6 * x + 2 * c + 1] = uint8_t(v & 0xff);
+                    for (int c = 0; c < n; ++c) {
+                        const uint16_t v = c16(y, x, (c + 1) % 4);
+                        o[2 * n * x + 2 * c] = uint8_t(v >> 8);
+                        o[2 * n * x + 2 * c + 1] = uint8_t(v & 0xff);
                     }
             }
             break;
+        }
         case OutputKind::ProRes:
         case OutputKind::H264: yuv_into_frame(in); break;
         }
@@ -497,6 +511,17 @@ struct VideoWriter::Impl {
                 }
                 store(1, cx, cy, u / float(group));
                 store(2, cx, cy, v / float(group));
+            }
+            if (frame->data[3] != nullptr && sy == 0) {
+                // Alpha at full range of the plane's depth.
+                for (int x = 0; x < w; ++x) {
+                    const float a =
+                        in.depth == 16 ? float(in.row16(cy)[4 * x]) * unit : float(in.row8(cy)[4 * x]) * unit;
+                    const int q = std::clamp(int(std::min(a, 1.0f) * float((1 << bits) - 1) + 0.5f), 0, (1 << bits) - 1);
+                    uint8_t* row = frame->data[3] + size_t(cy) * frame->linesize[3];
+                    row[2 * x] = uint8_t(q & 0xff);
+                    row[2 * x + 1] = uint8_t(q >> 8);
+                }
             }
         }
     }
@@ -573,5 +598,6 @@ OutputKind VideoWriter::kind() const { return impl_->kind; }
 int64_t VideoWriter::frames_written() const { return impl_->written; }
 int VideoWriter::audio_streams_copied() const { return impl_->acopied; }
 const std::string& VideoWriter::audio_notice() const { return impl_->anotice; }
+const std::string& VideoWriter::alpha_notice() const { return impl_->alpha_notice; }
 
 }  // namespace tessen::cli

@@ -275,6 +275,41 @@ TEST(CliRender, DroppedFramesArePlacedByTheirTimestamps) {
     }
 }
 
+// The effect keeps the input's alpha, and so does the output where its
+// format can hold it: ProRes 4444 in QuickTime, FFV1 and PNG with alpha. An
+// H.264 output has none and says so.
+TEST(CliRender, AlphaOfTheSourceIsKeptWhereTheOutputHoldsIt) {
+    ScratchDir dir;
+    const std::string in = dir.file("argb.mov");
+    ASSERT_TRUE(ffmpeg("-f lavfi -i \"testsrc2=size=64x48:rate=25,format=rgba,geq=r='r(X,Y)':g='g(X,Y)':b='b(X,Y)':"
+                       "a='X*4'\" -frames:v 6 -c:v qtrle -pix_fmt argb " + in));
+    const ReadBack source = read_all(in);
+    ASSERT_TRUE(source.info.has_alpha);
+    struct Case {
+        const char* name;
+        const char* read_as;
+        double tolerance;
+    };
+    const Case cases[] = {{"out.mov", "out.mov", 1.0}, {"out.mkv", "out.mkv", 0.0}, {"out_%03d.png", "out_%03d.png", 0.0}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        RunResult r = run_tessen(render(in, dir.file(c.name), "pal", "lower"));
+        ASSERT_EQ(r.exit_code, 0) << r.err;
+        EXPECT_FALSE(contains(r.err, "alpha")) << r.err;
+        const ReadBack back = read_all(dir.file(c.read_as));
+        ASSERT_TRUE(back.info.has_alpha);
+        ASSERT_EQ(back.frames.size(), source.frames.size());
+        for (size_t k = 0; k < back.frames.size(); ++k)
+            for (int y = 0; y < 48; y += 5)
+                for (int x = 0; x < 64; x += 3)
+                    ASSERT_NEAR(value8(back.frames[k], x, y, 0), value8(source.frames[k], x, y, 0), c.tolerance)
+                        << k << " " << x << "," << y;
+    }
+    RunResult r = run_tessen(render(in, dir.file("out.mp4"), "pal", "lower"));
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    EXPECT_TRUE(contains(r.err, "alpha channel is left out")) << r.err;
+}
+
 TEST(CliAutoSetup, ReportsTheEffectsMessageForNtscAndPal) {
     ScratchDir dir;
     const std::string ntsc = make_clip(dir, "ntsc.mkv", 720, 480, "30000/1001", 1);
