@@ -5,16 +5,17 @@ CMAKE_GEN := -G Ninja
 BUILD := build
 ASAN_BUILD := build-asan
 WIN_BUILD := build-win
+WIN_HOST_BUILD := build-win-host
 BENCH_BUILD := build-bench
 DEMO_DIR ?= demo-output
 DIST := dist
 
 PACKAGES := cmake ninja-build g++ make pkg-config python3 \
 	libgtest-dev libgmock-dev libbenchmark-dev \
-	g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 \
+	g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 wine64 \
 	libavformat-dev libavcodec-dev libswscale-dev libswresample-dev libavutil-dev ffmpeg
 
-.PHONY: all deps build test test-native test-asan test-install win demo bench install clean
+.PHONY: all deps build test test-native test-asan test-install test-wine win demo bench install clean
 
 all: build
 
@@ -45,8 +46,16 @@ win: deps
 	bash cmake/check-windows-module.sh $(WIN_BUILD)/TessenPlus.aex
 	bash cmake/make-dist.sh $(WIN_BUILD) $(DIST)
 
+# The Windows module loaded and run as Windows does (under Wine), its output
+# compared byte for byte with the Linux module's.
+test-wine: win build
+	cmake -S . -B $(WIN_HOST_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Release \
+		-DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64-x86_64-posix.cmake -DTESSEN_TESTS=OFF -DTESSEN_TOOLS=ON
+	cmake --build $(WIN_HOST_BUILD) --target headless_render -j $(JOBS)
+	bash cmake/check-wine.sh $(BUILD) $(WIN_BUILD) $(WIN_HOST_BUILD)
+
 # The Windows cross-build runs first: it is quick and catches Linux-only code.
-test: win test-native test-install test-asan
+test: win test-native test-install test-wine test-asan
 
 PREFIX ?= /usr/local
 
@@ -63,4 +72,4 @@ bench: deps
 	$(BENCH_BUILD)/bench/tessen_bench --benchmark_min_time=0.2
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(WIN_BUILD) $(BENCH_BUILD) $(DIST)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(WIN_BUILD) $(WIN_HOST_BUILD) $(BENCH_BUILD) $(DIST)

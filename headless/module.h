@@ -1,7 +1,8 @@
 // An effect module loaded by path, as the host loads it: the exported entry
-// point and the registration record. On Linux the record is exported as the
-// C symbols PiPLResourceData (bytes) and PiPLResourceSize (unsigned int),
-// standing in for the Windows resource PIPL 16000.
+// point and the registration record. On Windows (module_win.cpp) the module
+// is loaded with LoadLibrary and the record read from its resource PIPL
+// 16000; on Linux the record is exported as the C symbols PiPLResourceData
+// (bytes) and PiPLResourceSize (unsigned int), standing in for it.
 #pragma once
 #include "headless/pipl.h"
 #include "hostapi/host_api.h"
