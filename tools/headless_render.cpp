@@ -10,6 +10,7 @@
 //   headless_render MODULE OUTPUT
 #include "headless/effect.h"
 #include "headless/module.h"
+#include "headless/scenes.h"
 
 #include <climits>
 #include <cstdio>
@@ -24,48 +25,6 @@ namespace {
 // Parameter indices and "Show" entries of the effect's list.
 constexpr PF_ParamIndex kAutoSetup = 2, kDoDeinterlace = 4, kSourceVideo = 5, kFieldOrder = 6, kMotion = 7,
                         kPatternSize = 8, kDeartifacting = 11, kShow = 13;
-
-A_long Tri(A_long u, A_long p) {
-    const A_long m = ((u % (2 * p)) + 2 * p) % (2 * p);
-    return m < p ? m : 2 * p - m;
-}
-
-// A pan of ramps and stripes with a block moving the other way; each row at
-// its own field's instant, so motion combs as interlaced video does.
-PF_Pixel Scene(A_long x, A_long y, A_long t) {
-    const A_long u = 2 * x + t;
-    A_long r = 40 + 6 * Tri(u + 3 * y, 30), g = 60 + 2 * Tri(u / 3 + y, 20), b = (x / 7 + y / 3 + t / 4) % 2 ? 210 : 35;
-    const A_long bx = 40 - 3 * t;
-    if (x >= bx && x < bx + 11 && y >= 6 && y < 21) {
-        r = 250;
-        g = 20 + 10 * (y - 6);
-        b = 90;
-    }
-    return PF_Pixel{static_cast<A_u_char>(128 + (x * 3 + y * 5) % 127), static_cast<A_u_char>(r),
-                    static_cast<A_u_char>(g), static_cast<A_u_char>(b)};
-}
-
-headless::InputClip Clip(A_long w, A_long h, double fps, bool deep) {
-    headless::InputClip clip;
-    clip.fps = fps;
-    clip.width = w;
-    clip.height = h;
-    clip.deep = deep;
-    clip.frame_count = 8;
-    clip.frame = [](A_long index, headless::World& into) {
-        for (A_long y = 0; y < into.height(); ++y)
-            for (A_long x = 0; x < into.width(); ++x) {
-                const PF_Pixel p = Scene(x, y, 2 * index + (y & 1));
-                if (into.deep())
-                    *into.pixel16(x, y) = PF_Pixel16{static_cast<A_u_short>(p.alpha * 128), static_cast<A_u_short>(p.red * 128 + 5),
-                                                     static_cast<A_u_short>(p.green * 128 + 77),
-                                                     static_cast<A_u_short>(p.blue * 128 + 127)};
-                else
-                    *into.pixel8(x, y) = p;
-            }
-    };
-    return clip;
-}
 
 struct Case {
     std::string name;
@@ -123,7 +82,7 @@ int main(int argc, char** argv) {
                         throw std::runtime_error("registration record: " + p);
                     checked = true;
                 }
-                fx.set_input(Clip(71, 29, 29.97, deep));
+                fx.set_input(headless::scenes::interlaced_clip(71, 29, 29.97, deep, headless::scenes::pan));
                 fx.set_comp_rate(23.976);
                 fx.set_popup(kSourceVideo, 1);
                 fx.set_popup(kFieldOrder, 1);
@@ -144,7 +103,7 @@ int main(int argc, char** argv) {
         {
             headless::EffectInstance fx(module.entry());
             Require(fx.setup() == PF_Err_NONE, "Auto Setup: set-up failed");
-            fx.set_input(Clip(720, 480, 29.97, false));
+            fx.set_input(headless::scenes::interlaced_clip(720, 480, 29.97, false, headless::scenes::pan));
             fx.set_comp_rate(23.976);
             const PF_Rect frame = fx.control_frame();
             fx.ui().reset_raster(frame.right + 64, frame.bottom + 64);

@@ -8,6 +8,7 @@
 // and say in the commit why the output changed.
 #include "support.h"
 
+#include "headless/scenes.h"
 #include "image/cpu_features.h"
 #include "render/render_settings.h"
 
@@ -28,73 +29,7 @@ using headless::World;
 
 const char* const kGoldenFile = TESSEN_SOURCE_DIR "/tests/host/golden_output.txt";
 
-// Triangle wave of period 2p between 0 and p.
-A_long Tri(A_long u, A_long p)
-{
-    const A_long m = ((u % (2 * p)) + 2 * p) % (2 * p);
-    return m < p ? m : 2 * p - m;
-}
-
-// Rows are sampled at their own field's instant (upper field first), so
-// motion combs as real interlaced video does. Values are 0..255 per channel.
-using Scene = std::function<PF_Pixel(A_long x, A_long y, A_long halfFields)>;
-
-// A textured pan: soft ramps drifting half a pixel a field (motion near
-// the detector's thresholds), hard stripes and a block moving fast the
-// other way.
-PF_Pixel Pan(A_long x, A_long y, A_long t)
-{
-    const A_long u = 2 * x + t;
-    A_long r = 40 + 6 * Tri(u + 3 * y, 30);
-    A_long g = 60 + 2 * Tri(u / 3 + y, 20);
-    A_long b = (x / 7 + y / 3 + t / 4) % 2 ? 210 : 35;
-    const A_long bx = 50 - 3 * t;  // a block moving left
-    if (x >= bx && x < bx + 11 && y >= 6 && y < 21) {
-        r = 250;
-        g = 20 + 10 * (y - 6);
-        b = 90;
-    }
-    return PF_Pixel{static_cast<A_u_char>(128 + (x * 3 + y * 5) % 127), static_cast<A_u_char>(r),
-                    static_cast<A_u_char>(g), static_cast<A_u_char>(b)};
-}
-
-// Half of the picture still and detailed, half a soft-edged disc crossing it.
-PF_Pixel StillAndMoving(A_long x, A_long y, A_long t)
-{
-    if (x < 48) {
-        const A_u_char v = static_cast<A_u_char>((x * 37 + y * 91) % 256);
-        return PF_Pixel{255, v, static_cast<A_u_char>(255 - v), static_cast<A_u_char>((x * 8) % 256)};
-    }
-    const A_long cx = 60 + 4 * t, cy = 22;
-    const A_long d2 = (x - cx) * (x - cx) + 4 * (y - cy) * (y - cy);
-    const A_long inside = d2 < 100 ? 255 : d2 > 200 ? 0 : (200 - d2) * 255 / 100;
-    return PF_Pixel{255, static_cast<A_u_char>(30 + inside * 200 / 255), static_cast<A_u_char>(80),
-                    static_cast<A_u_char>(200 - inside * 150 / 255)};
-}
-
-InputClip MakeClip(A_long w, A_long h, double fps, bool deep, Scene scene)
-{
-    InputClip clip;
-    clip.fps = fps;
-    clip.width = w;
-    clip.height = h;
-    clip.deep = deep;
-    clip.frame_count = 8;
-    clip.frame = [scene](A_long index, World& into) {
-        for (A_long y = 0; y < into.height(); ++y)
-            for (A_long x = 0; x < into.width(); ++x) {
-                const PF_Pixel p = scene(x, y, 2 * index + (y & 1));
-                if (into.deep())
-                    *into.pixel16(x, y) = PF_Pixel16{static_cast<A_u_short>(p.alpha * 128 + p.alpha / 2),
-                                                     static_cast<A_u_short>(p.red * 128 + 3),
-                                                     static_cast<A_u_short>(p.green * 128 + p.red / 4),
-                                                     static_cast<A_u_short>(p.blue * 128 + 127)};
-                else
-                    *into.pixel8(x, y) = p;
-            }
-    };
-    return clip;
-}
+using headless::scenes::Scene;
 
 struct ClipCase {
     const char* name;
@@ -152,8 +87,8 @@ void Hash(std::uint64_t& h, const World& w)
 std::map<std::string, std::string> RenderAll()
 {
     const ClipCase clips[] = {
-        {"pan-ntsc-23.976", 71, 29, 29.97, 23.976, 1, Pan},
-        {"mixed-pal-25", 96, 44, 25.0, 25.0, 2, StillAndMoving},
+        {"pan-ntsc-23.976", 71, 29, 29.97, 23.976, 1, headless::scenes::pan},
+        {"mixed-pal-25", 96, 44, 25.0, 25.0, 2, headless::scenes::still_and_moving},
     };
     std::map<std::string, std::string> hashes;
     for (const ClipCase& c : clips)
@@ -164,7 +99,7 @@ std::map<std::string, std::string> RenderAll()
                     EffectInstance fx(&EntryPointFunc);
                     fx.project().set_preference("Wrenfold Suite", "Diagnostic Views", "1");
                     EXPECT_EQ(fx.setup(), PF_Err_NONE);
-                    fx.set_input(MakeClip(c.width, c.height, c.fps, deep, c.scene));
+                    fx.set_input(headless::scenes::interlaced_clip(c.width, c.height, c.fps, deep, c.scene));
                     fx.set_comp_rate(c.compRate);
                     fx.set_popup(kParamSourceVideo, c.sourceVideo);
                     fx.set_popup(kParamFieldOrder, 1);
