@@ -73,6 +73,22 @@ inline uint16_t host16_from_unit(float v) {
 }
 inline uint8_t u8_from_unit(float v) { return v <= 0 ? 0 : v >= 1 ? 255 : uint8_t(v * 255.0f + 0.5f); }
 
+// One row of Y'CbCr codes to host ARGB pixels, exactly as to_rgb and then
+// u8_from_unit / host16_from_unit per pixel: the chroma of each pixel is
+// a + (b - a) * t between two chroma rows already at luma width. `alpha`
+// holds finished alpha values of the output depth, or is null for opaque.
+// Four pixels at a time where the processor has SSE2, with the same float
+// operations in the same order.
+struct YuvRow {
+    const uint16_t* luma;
+    const float *cb0, *cb1, *cr0, *cr1;
+    float t;
+    const uint16_t* alpha;
+    int width;
+};
+void yuv_row_to_argb8(const YuvCoefficients& k, const YuvRow& row, uint8_t* out);
+void yuv_row_to_argb16(const YuvCoefficients& k, const YuvRow& row, uint16_t* out);
+
 // Copies `in` into `out` at the given depth (8 or 16); same depth copies.
 void convert_depth(const HostFrame& in, HostFrame& out, int depth);
 

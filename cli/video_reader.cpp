@@ -559,29 +559,28 @@ struct VideoReader::Impl {
         luma.resize(size_t(w));
         alpha_line.resize(size_t(w));
         const int alpha_bits = alpha >= 0 ? d->comp[alpha].depth : 8;
+        // Grey: neutral chroma rows, which the blend leaves exactly neutral.
+        if (!chroma) {
+            cb.assign(size_t(w), k.c_offset);
+            cr.assign(size_t(w), k.c_offset);
+        }
+        YuvRow row{luma.data(), nullptr, nullptr, nullptr, nullptr, 0.0f, alpha >= 0 ? alpha_line.data() : nullptr, w};
         for (int y = 0; y < h; ++y) {
             av_read_image_line2(luma.data(), planes, frame->linesize, d, 0, y, 0, w, 0, 2);
-            if (alpha >= 0) av_read_image_line2(alpha_line.data(), planes, frame->linesize, d, 0, y, alpha, w, 0, 2);
-            const float* b0 = chroma ? cb.data() + size_t(r0[y]) * w : nullptr;
-            const float* b1 = chroma ? cb.data() + size_t(r1[y]) * w : nullptr;
-            const float* c0 = chroma ? cr.data() + size_t(r0[y]) * w : nullptr;
-            const float* c1 = chroma ? cr.data() + size_t(r1[y]) * w : nullptr;
-            const float t = chroma ? rf[y] : 0.0f;
-            for (int x = 0; x < w; ++x) {
-                const float u = chroma ? b0[x] + (b1[x] - b0[x]) * t : k.c_offset;
-                const float v = chroma ? c0[x] + (c1[x] - c0[x]) * t : k.c_offset;
-                float rgb[3];
-                k.to_rgb(float(luma[x]), u, v, rgb);
-                if (out.depth == 16) {
-                    uint16_t* o = out.row16(y) + 4 * x;
-                    o[0] = alpha >= 0 ? host16_from_bits(alpha_line[x], alpha_bits) : uint16_t(kHostMax16);
-                    for (int c = 0; c < 3; ++c) o[1 + c] = host16_from_unit(rgb[c]);
-                } else {
-                    uint8_t* o = out.row8(y) + 4 * x;
-                    o[0] = alpha >= 0 ? u8_from_bits(alpha_line[x], alpha_bits) : 255;
-                    for (int c = 0; c < 3; ++c) o[1 + c] = u8_from_unit(rgb[c]);
-                }
+            if (alpha >= 0) {
+                av_read_image_line2(alpha_line.data(), planes, frame->linesize, d, 0, y, alpha, w, 0, 2);
+                for (uint16_t& a : alpha_line)
+                    a = out.depth == 16 ? host16_from_bits(a, alpha_bits) : u8_from_bits(a, alpha_bits);
             }
+            row.cb0 = cb.data() + (chroma ? size_t(r0[y]) * w : 0);
+            row.cb1 = cb.data() + (chroma ? size_t(r1[y]) * w : 0);
+            row.cr0 = cr.data() + (chroma ? size_t(r0[y]) * w : 0);
+            row.cr1 = cr.data() + (chroma ? size_t(r1[y]) * w : 0);
+            row.t = chroma ? rf[y] : 0.0f;
+            if (out.depth == 16)
+                yuv_row_to_argb16(k, row, out.row16(y));
+            else
+                yuv_row_to_argb8(k, row, out.row8(y));
         }
     }
 

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <random>
+#include <vector>
 
 namespace tessen::cli {
 namespace {
@@ -63,6 +65,47 @@ TEST(PixelConvert, FrameDepthConversionRoundTrips) {
     EXPECT_EQ(back.bytes, f8.bytes);
     convert_depth(back, back, 16);  // in place
     EXPECT_EQ(back.bytes, f16.bytes);
+}
+
+// The row converters against to_rgb and the per-pixel quantizers, on codes
+// beyond both ends of the range, every tail length and both alpha cases;
+// also checks that nothing past the row is written.
+TEST(PixelConvert, YuvRowsMatchThePerPixelConversion) {
+    std::mt19937 rng(7);
+    std::uniform_real_distribution<float> code(-40.0f, 1100.0f);
+    for (const YuvCoefficients& k : {YuvCoefficients::make(1, false, 8), YuvCoefficients::make(5, true, 10)}) {
+        for (int w = 0; w <= 19; ++w) {
+            const size_t n = size_t(w) + 1;
+            std::vector<uint16_t> luma(n), alpha(n);
+            std::vector<float> cb0(n), cb1(n), cr0(n), cr1(n);
+            for (size_t x = 0; x < n; ++x) {
+                luma[x] = uint16_t(rng() % 1024);
+                alpha[x] = uint16_t(rng() % 256);
+                cb0[x] = code(rng), cb1[x] = code(rng), cr0[x] = code(rng), cr1[x] = code(rng);
+            }
+            for (bool with_alpha : {false, true}) {
+                const YuvRow row{luma.data(), cb0.data(), cb1.data(), cr0.data(), cr1.data(), 0.375f,
+                                 with_alpha ? alpha.data() : nullptr, w};
+                std::vector<uint8_t> out8(4 * n + 4, 0xA5);
+                std::vector<uint16_t> out16(4 * n + 4, 0xA5A5);
+                yuv_row_to_argb8(k, row, out8.data());
+                yuv_row_to_argb16(k, row, out16.data());
+                for (int x = 0; x < w; ++x) {
+                    const float u = cb0[x] + (cb1[x] - cb0[x]) * row.t, v = cr0[x] + (cr1[x] - cr0[x]) * row.t;
+                    float rgb[3];
+                    k.to_rgb(float(luma[x]), u, v, rgb);
+                    ASSERT_EQ(out8[4 * x], with_alpha ? alpha[x] : 255) << w << " " << x;
+                    ASSERT_EQ(out16[4 * x], with_alpha ? alpha[x] : 32768) << w << " " << x;
+                    for (int c = 0; c < 3; ++c) {
+                        ASSERT_EQ(out8[4 * x + 1 + c], u8_from_unit(rgb[c])) << w << " " << x << " " << c;
+                        ASSERT_EQ(out16[4 * x + 1 + c], host16_from_unit(rgb[c])) << w << " " << x << " " << c;
+                    }
+                }
+                for (size_t i = 4 * size_t(w); i < out8.size(); ++i) ASSERT_EQ(out8[i], 0xA5) << w << " " << i;
+                for (size_t i = 4 * size_t(w); i < out16.size(); ++i) ASSERT_EQ(out16[i], 0xA5A5) << w << " " << i;
+            }
+        }
+    }
 }
 
 }  // namespace
