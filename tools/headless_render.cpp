@@ -5,7 +5,10 @@
 // Every output frame goes into one file, byte for byte, so that two builds
 // of the module (the Windows one under Wine and the Linux one) can be
 // compared with cmp; OUTPUT.index gives the byte offset where each render's
-// frame starts, to name the first one that differs.
+// frame starts, to name the first one that differs. A module that exports
+// TessenForceVariant (the test copy TessenPlusVariants) is run once per code
+// path: regular, and SIMD with 128-, 256- and 512-bit vectors (a width the
+// processor lacks falls back to the widest it has).
 //
 //   headless_render MODULE OUTPUT
 #include "headless/effect.h"
@@ -68,36 +71,51 @@ int main(int argc, char** argv) {
         cases.push_back({"no deinterlacing", [](headless::EffectInstance& fx) { fx.set_checkbox(kDoDeinterlace, false); }});
         cases.push_back({"odd extent", [](headless::EffectInstance& fx) { fx.set_extent_hint(PF_Rect{3, 1, 62, 28}); }});
 
+        using ForceVariant = void (*)(int simd, int vector_bits);
+        const auto force = reinterpret_cast<ForceVariant>(module.symbol("TessenForceVariant"));
+        struct Variant {
+            std::string name;
+            int simd, bits;
+        };
+        std::vector<Variant> variants{{"", -1, -1}};
+        if (force)
+            variants = {{"regular, ", 0, -1}, {"SIMD 128, ", 1, 128}, {"SIMD 256, ", 1, 256}, {"SIMD 512, ", 1, 512}};
+
         int renders = 0;
         bool checked = false;
         std::string index;
-        for (bool deep : {false, true})
-            for (const Case& c : cases) {
-                headless::EffectInstance fx(module.entry());
-                fx.project().set_preference("Wrenfold Suite", "Diagnostic Views", "1");
-                Require(fx.setup() == PF_Err_NONE, c.name + ": set-up failed");
-                if (!checked) {
-                    // The record against what global set-up declared.
-                    for (const std::string& p : module.check(pipl, fx.my_version(), fx.out_flags(), fx.out_flags2()))
-                        throw std::runtime_error("registration record: " + p);
-                    checked = true;
+        for (const Variant& v : variants) {
+            if (force) force(v.simd, v.bits);
+            for (bool deep : {false, true})
+                for (const Case& c : cases) {
+                    headless::EffectInstance fx(module.entry());
+                    fx.project().set_preference("Wrenfold Suite", "Diagnostic Views", "1");
+                    Require(fx.setup() == PF_Err_NONE, c.name + ": set-up failed");
+                    if (!checked) {
+                        // The record against what global set-up declared.
+                        for (const std::string& p :
+                             module.check(pipl, fx.my_version(), fx.out_flags(), fx.out_flags2()))
+                            throw std::runtime_error("registration record: " + p);
+                        checked = true;
+                    }
+                    fx.set_input(headless::scenes::interlaced_clip(71, 29, 29.97, deep, headless::scenes::pan));
+                    fx.set_comp_rate(23.976);
+                    fx.set_popup(kSourceVideo, 1);
+                    fx.set_popup(kFieldOrder, 1);
+                    c.apply(fx);
+                    for (A_long k = 0; k < 4; ++k) {
+                        fx.set_frame(k);
+                        Require(fx.render() == PF_Err_NONE, v.name + c.name + ": render failed");
+                        index += std::to_string(out.size()) + " " + v.name + (deep ? "16-bit " : "8-bit ") +
+                                 c.name + ", frame " + std::to_string(k) + "\n";
+                        Append(out, fx.output());
+                        ++renders;
+                    }
+                    const std::vector<std::string> problems = fx.host().problems();
+                    Require(problems.empty(), c.name + ": " + (problems.empty() ? "" : problems.front()));
                 }
-                fx.set_input(headless::scenes::interlaced_clip(71, 29, 29.97, deep, headless::scenes::pan));
-                fx.set_comp_rate(23.976);
-                fx.set_popup(kSourceVideo, 1);
-                fx.set_popup(kFieldOrder, 1);
-                c.apply(fx);
-                for (A_long k = 0; k < 4; ++k) {
-                    fx.set_frame(k);
-                    Require(fx.render() == PF_Err_NONE, c.name + ": render failed");
-                    index += std::to_string(out.size()) + " " + (deep ? "16-bit " : "8-bit ") + c.name + ", frame " +
-                             std::to_string(k) + "\n";
-                    Append(out, fx.output());
-                    ++renders;
-                }
-                const std::vector<std::string> problems = fx.host().problems();
-                Require(problems.empty(), c.name + ": " + (problems.empty() ? "" : problems.front()));
-            }
+        }
+        if (force) force(-1, -1);
 
         // Auto Setup pressed in Effect Controls on an NTSC DV-sized layer.
         {
