@@ -88,9 +88,10 @@ int main(int argc, char** argv) {
             if (force) force(v.simd, v.bits);
             for (bool deep : {false, true})
                 for (const Case& c : cases) {
+                    const std::string what = v.name + (deep ? "16-bit " : "8-bit ") + c.name;
                     headless::EffectInstance fx(module.entry());
                     fx.project().set_preference("Wrenfold Suite", "Diagnostic Views", "1");
-                    Require(fx.setup() == PF_Err_NONE, c.name + ": set-up failed");
+                    Require(fx.setup() == PF_Err_NONE, what + ": set-up failed");
                     if (!checked) {
                         // The record against what global set-up declared.
                         for (const std::string& p :
@@ -105,14 +106,13 @@ int main(int argc, char** argv) {
                     c.apply(fx);
                     for (A_long k = 0; k < 4; ++k) {
                         fx.set_frame(k);
-                        Require(fx.render() == PF_Err_NONE, v.name + c.name + ": render failed");
-                        index += std::to_string(out.size()) + " " + v.name + (deep ? "16-bit " : "8-bit ") +
-                                 c.name + ", frame " + std::to_string(k) + "\n";
+                        Require(fx.render() == PF_Err_NONE, what + ": render failed");
+                        index += std::to_string(out.size()) + " " + what + ", frame " + std::to_string(k) + "\n";
                         Append(out, fx.output());
                         ++renders;
                     }
                     const std::vector<std::string> problems = fx.host().problems();
-                    Require(problems.empty(), c.name + ": " + (problems.empty() ? "" : problems.front()));
+                    Require(problems.empty(), what + ": " + (problems.empty() ? "" : problems.front()));
                 }
         }
         if (force) force(-1, -1);
