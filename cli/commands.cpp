@@ -92,6 +92,10 @@ int run_render(const Options& o) {
     if (!in_real.empty() && in_real == real_path_of(o.output))
         throw Failure(kExitUsage, o.output + ": the output would overwrite the input");
 
+    if (!o.pix_fmt.empty()) {
+        const std::string why = pixel_format_refusal(kind, o.pix_fmt);
+        if (!why.empty()) throw Failure(kExitUsage, o.output + ": " + why);
+    }
     std::unique_ptr<VideoReader> reader = open_input(o.input);
     const VideoInfo& info = reader->info();
 
@@ -112,6 +116,8 @@ int run_render(const Options& o) {
     wo.overwrite = o.overwrite;
     if (plan.keep_audio) wo.audio_source = o.input;
     wo.alpha = info.has_alpha;
+    wo.levels = o.nominal_range ? HostLevels{} : reader->use_whole_code_range();
+    wo.pixel_format = o.pix_fmt.empty() ? output_pixel_format(kind, info) : o.pix_fmt;
     std::unique_ptr<VideoWriter> writer;
     try {
         writer = std::make_unique<VideoWriter>(o.output, wo);

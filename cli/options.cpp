@@ -326,6 +326,12 @@ ParseResult parse_command_line(const std::vector<std::string>& args) {
                 r.error = "--depth must be 8 or 16 (got '" + value + "')";
                 return r;
             }
+        } else if (opt == "--range" && (inline_value ? value : i + 1 < args.size() ? args[i + 1] : "") == "nominal") {
+            if (!render_only() || !take()) return r;
+            o.nominal_range = true;
+        } else if (opt == "--pix-fmt") {
+            if (!render_only() || !take()) return r;
+            o.pix_fmt = lower(value);
         } else if (opt == "--start") {
             if (!render_only() || !take()) return r;
             StartPoint sp;

@@ -47,6 +47,10 @@ struct Options {
     bool overwrite = false;
     bool quiet = false;
     std::string module;  // empty: TESSEN_MODULE or the built-in path
+    // --range nominal: a Y'CbCr source's black and white on the host's ends
+    // (what lies outside is clipped); default: its whole code range.
+    bool nominal_range = false;
+    std::string pix_fmt;  // --pix-fmt: pixel format of .mkv/.mov output; empty: the source's family
 };
 
 // Parse result: either options, or a message for a usage error.

@@ -168,6 +168,84 @@ TEST(CliRender, StillClipThroughFfv1ComesBackExactly) {
     }
 }
 
+// Frame n of a file as FFmpeg decodes it, converted to 16-bit 4:4:4 Y'CbCr.
+bool decoded_yuv16(const std::string& file, int n, std::string* raw) {
+    return ffmpeg_output("-v error -i " + file + " -vf 'select=eq(n\\," + std::to_string(n) +
+                             ")' -frames:v 1 -pix_fmt yuv444p16le -f rawvideo -",
+                         raw, "ffmpeg");
+}
+
+// Luma codes (at `bits`) of frame n at (x, y) for each y, read as FFmpeg decodes the file.
+std::vector<int> luma_codes(const std::string& file, int n, int x, std::initializer_list<int> ys, int bits) {
+    const Probe p = probe(file);
+    std::string raw;
+    EXPECT_TRUE(decoded_yuv16(file, n, &raw));
+    std::vector<int> codes;
+    for (int y : ys) {
+        const size_t at = 2 * (size_t(y) * size_t(p.width) + size_t(x));
+        const int v = at + 1 < raw.size() ? uint8_t(raw[at]) | uint8_t(raw[at + 1]) << 8 : -1;
+        codes.push_back(v < 0 ? -1 : v >> (16 - bits));
+    }
+    return codes;
+}
+
+// Bars with a PLUGE patch below black and a patch above white, in 8-bit DV
+// (Y 4 16 235 250) and 10-bit v210 (Y 16 64 940 1019), over a moving picture:
+// a Y'CbCr output keeps every code where the effect leaves the pixel alone
+// (the patches are still), and writes the source's own family into .mkv.
+// --range nominal clips to black and white as before; PNG holds nominal RGB.
+TEST(CliRender, SubBlackAndSuperWhiteSurviveIntoYuvOutputs) {
+    ScratchDir dir;
+    struct Source {
+        const char* name;
+        const char* make;
+        int bits;
+        std::vector<int> codes;
+        const char* mkv_pix_fmt;
+    };
+    const Source sources[] = {
+        {"bars.dv", "format=yuv411p,geq=lum='if(gt(X,540),if(lt(Y,120),4,if(lt(Y,240),16,if(lt(Y,360),235,250))),"
+                    "lum(X,Y))':cb='if(gt(X,135),128,cb(X,Y))':cr='if(gt(X,135),128,cr(X,Y))',setfield=bff\" -c:v dvvideo",
+         8, {4, 16, 235, 250}, "yuv411p"},
+        {"bars.mov", "format=yuv422p10le,geq=lum='if(gt(X,540),if(lt(Y,120),16,if(lt(Y,240),64,if(lt(Y,360),940,"
+                     "1019))),lum(X,Y))':cb='if(gt(X,270),512,cb(X,Y))':cr='if(gt(X,270),512,cr(X,Y))',setfield=bff\" "
+                     "-c:v v210",
+         10, {16, 64, 940, 1019}, "yuv422p10le"},
+    };
+    for (const Source& src : sources) {
+        SCOPED_TRACE(src.name);
+        const std::string in = dir.file(src.name);
+        ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=720x480:rate=30000/1001 -frames:v 8 -vf \"" +
+                           std::string(src.make) + " " + in));
+        ASSERT_EQ(luma_codes(in, 3, 630, {60, 180, 300, 420}, src.bits), src.codes);
+        const int lo = src.codes[1], hi = src.codes[2];
+        for (const char* out : {"out.mkv", "out.mov"}) {
+            SCOPED_TRACE(out);
+            const std::string o = dir.file(out), n = dir.file(std::string("nominal-") + out);
+            ASSERT_EQ(run_tessen(render(in, o, "ntsc", "lower", {"--quiet", "-y"})).exit_code, 0);
+            ASSERT_EQ(run_tessen(render(in, n, "ntsc", "lower", {"--quiet", "-y", "--range", "nominal"})).exit_code, 0);
+            const int scale = contains(out, "mov") ? 1 << (10 - src.bits) : 1;  // ProRes is 10-bit
+            std::vector<int> want;
+            for (int c : src.codes) want.push_back(c * scale);
+            const int ob = contains(out, "mov") ? 10 : src.bits;
+            EXPECT_EQ(luma_codes(o, 2, 630, {60, 180, 300, 420}, ob), want);
+            EXPECT_EQ(luma_codes(n, 2, 630, {60, 180, 300, 420}, ob),
+                      (std::vector<int>{lo * scale, lo * scale, hi * scale, hi * scale}));
+        }
+        const Probe mkv = probe(dir.file("out.mkv"));
+        EXPECT_EQ(mkv.pix_fmt, src.mkv_pix_fmt);
+        EXPECT_EQ(mkv.color_range, 1);
+        EXPECT_EQ(mkv.color_space, 6);  // SMPTE 170M, as the source is read
+        const std::string png = dir.file("still_%02d.png");
+        ASSERT_EQ(run_tessen(render(in, png, "ntsc", "lower", {"--quiet", "-y", "--frames", "1"})).exit_code, 0);
+        const ReadBack back = read_all(png);
+        EXPECT_EQ(value8(back.frames[0], 630, 60, 2), 0);
+        EXPECT_EQ(value8(back.frames[0], 630, 180, 2), 0);
+        EXPECT_EQ(value8(back.frames[0], 630, 300, 2), 255);
+        EXPECT_EQ(value8(back.frames[0], 630, 420, 2), 255);
+    }
+}
+
 // Decoding, the effect and encoding run on threads of their own unless
 // --threads 1 is given. Through the effect's plain copy (deinterlacing off)
 // every frame must arrive unchanged and in order, and a full render must not
@@ -385,6 +463,16 @@ TEST(CliErrors, BadInputsEndWithOneLineAnExitCodeAndNoOutput) {
     ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=32x24:rate=30000/1001 -frames:v 30 -c:v libx264 -g 5 -bf 0 "
                        "-movflags +faststart " + cut_mp4));
     for (const std::string& f : {cut, cut_mp4}) fs::resize_file(f, fs::file_size(f) / 2);
+    // DV with sound whose frame 40 claims the other standard in its header:
+    // the DV reader reports that as -1, which is EPERM.
+    const std::string dv = dir.file("damaged.dv");
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=720x480:rate=30000/1001 -f lavfi -i sine=sample_rate=48000 -t 1.7 "
+                       "-vf setfield=bff -c:v dvvideo -pix_fmt yuv411p -c:a pcm_s16le -ac 2 " + dv));
+    {
+        std::fstream f(dv, std::ios::in | std::ios::out | std::ios::binary);
+        f.seekp(40 * 120000 + 3);
+        f.put(char(0xbf));
+    }
     ASSERT_TRUE(ffmpeg("-f lavfi -i sine=duration=0.2 -c:a pcm_s16le " + dir.file("sound.mkv")));
     std::ofstream(dir.file("junk.mkv")) << "this is not a video\n";
     fs::create_directory(dir.file("folder.mkv"));
@@ -405,6 +493,7 @@ TEST(CliErrors, BadInputsEndWithOneLineAnExitCodeAndNoOutput) {
         {"not a video", render(dir.file("junk.mkv"), out, "ntsc", "lower"), 3, {"junk.mkv", "not a video file"}},
         {"truncated mkv", render(cut, out, "ntsc", "lower"), 3, {"cut.mkv", "frame"}},
         {"truncated mp4", render(cut_mp4, out, "ntsc", "lower"), 3, {"cut.mp4", "frame"}},
+        {"damaged DV", render(dv, out, "ntsc", "lower"), 3, {"damaged.dv", "damaged at frame 40"}},
         {"below the minimum size", render(tiny, out, "ntsc", "lower"), 4, {"minimum"}},
         {"NTSC to 25", render(good, out, "ntsc", "lower", {"--rate", "25"}), 4, {"unsupported conversion"}},
         {"24 fps source", {"render", film, out, "--quiet"}, 4, {"unsupported conversion"}},
