@@ -259,7 +259,7 @@ TEST(CliRender, ThreadedPipelineKeepsEveryFrameInOrderAndMatchesOneThread) {
         SCOPED_TRACE("--threads " + threads);
         const std::string out = dir.file("copy" + threads + ".mkv");
         RunResult r = run_tessen(
-            render(in, out, "ntsc", "lower", {"--rate", "29.97", "--no-deinterlace", "--threads", threads, "--quiet"}));
+            render(in, out, "ntsc", "lower", {"--rate", "29.97", "--no-deinterlace", "--threads", threads, "--quiet", "--pix-fmt", "bgr0", "--range", "nominal"}));
         ASSERT_EQ(r.exit_code, 0) << r.err;
         const ReadBack copied = read_all(out);
         ASSERT_EQ(copied.frames.size(), source.frames.size());
@@ -584,7 +584,8 @@ TEST(CliErrors, InterruptStopsCleanly) {
 TEST(CliUsage, HelpListsTheExitCodesAndUsageErrorsSayWhatIsWrong) {
     RunResult r = run_tessen({"--help"});
     EXPECT_EQ(r.exit_code, 0);
-    expect_all(r.out, {"Exit codes:", "tessen render IN OUT"});
+    expect_all(r.out, {"Exit codes:", "tessen render IN OUT", "OUT.mkv", "FFV1", "yuv422p10le", "OUT.mov",
+                       "ProRes 422 HQ", "OUT.mp4", "H.264", "yuv420p", "viewing copy", "png"});
     r = run_tessen({"render", "a.mkv", "b.mkv", "--pattern-size", "40"});
     EXPECT_EQ(r.exit_code, 2);
     expect_all(r.err, {"--pattern-size must be"});
