@@ -10,6 +10,7 @@
 #include "cli/options.h"
 #include "cli/pipeline.h"
 #include "cli/progress.h"
+#include "cli/timecode.h"
 #include "cli/video_io.h"
 
 #include <climits>
@@ -118,6 +119,12 @@ int run_render(const Options& o) {
     wo.alpha = info.has_alpha;
     wo.levels = o.nominal_range ? HostLevels{} : reader->use_whole_code_range();
     wo.pixel_format = o.pix_fmt.empty() ? output_pixel_format(kind, info) : o.pix_fmt;
+    wo.timecode =
+        output_timecode(info.timecode, info.frame_rate, plan.comp_rate, plan.conformed, plan.first_source_frame);
+    wo.reel = info.reel;
+    wo.creation_time = info.creation_time;
+    wo.title = info.title;
+    wo.language = info.language;
     std::unique_ptr<VideoWriter> writer;
     try {
         writer = std::make_unique<VideoWriter>(o.output, wo);

@@ -88,6 +88,11 @@ struct VideoInfo {
     Rational sample_aspect{1, 1};
     std::string codec_name;          // e.g. "prores", "h264"
     std::string pixel_format;        // e.g. "yuv422p10le"
+    // What the file says about where it came from ("" when it says nothing):
+    // the start timecode of the video ("01:00:00;00"), from a timecode track,
+    // the stream or the container; the reel or tape name; the creation time;
+    // the video stream's title and language.
+    std::string timecode, reel, creation_time, title, language;
 };
 
 // One picture in the host's layout (see top of file). rowbytes is
@@ -189,6 +194,11 @@ struct WriterOptions {
     // empty: .mkv RGB (bgr0 / gbrp16le, with alpha bgra / gbrap16le), .mov
     // ProRes 422 HQ or 4444 with alpha. Others are refused.
     std::string pixel_format;
+    // Written where the container holds them ("" leaves one out): start
+    // timecode at the output's rate (a timecode track in .mov and .mp4, a
+    // TIMECODE tag in .mkv), reel name, creation time, the video stream's
+    // title and language. Copied sound keeps its own titles and languages.
+    std::string timecode, reel, creation_time, title, language;
 };
 
 // Writes frames into a temporary file beside the target; finish() completes

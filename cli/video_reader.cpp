@@ -249,6 +249,30 @@ struct VideoReader::Impl {
         previous = av_frame_alloc();
         if (!previous) fail("out of memory");
         describe(st);
+        describe_origin(st);
+    }
+
+    // Timecode, reel and creation time: the video stream's own tags first,
+    // then a timecode track's or another stream's, then the container's.
+    void describe_origin(const AVStream* st) {
+        auto find = [&](const char* key) -> std::string {
+            if (const AVDictionaryEntry* e = av_dict_get(st->metadata, key, nullptr, 0)) return e->value;
+            for (unsigned i = 0; i < fmt->nb_streams; ++i)
+                if (const AVDictionaryEntry* e = av_dict_get(fmt->streams[i]->metadata, key, nullptr, 0))
+                    return e->value;
+            if (const AVDictionaryEntry* e = av_dict_get(fmt->metadata, key, nullptr, 0)) return e->value;
+            return "";
+        };
+        info.timecode = find("timecode");
+        info.reel = find("reel_name");
+        info.creation_time = find("creation_time");
+        auto own = [&](const char* key) -> std::string {
+            const AVDictionaryEntry* e = av_dict_get(st->metadata, key, nullptr, 0);
+            return e ? e->value : "";
+        };
+        info.title = own("title");
+        info.language = own("language");
+        if (info.language == "und") info.language.clear();
     }
 
     // The slot of the decoded frame at the nominal rate, counted from the

@@ -299,6 +299,7 @@ struct VideoWriter::Impl {
         frame->height = enc->height;
         check(av_frame_get_buffer(frame, 0), "out of memory");
 
+        tag_origin();
         if (!opt.audio_source.empty()) open_audio();
 
         if (!(fmt->oformat->flags & AVFMT_NOFILE)) {
@@ -306,12 +307,30 @@ struct VideoWriter::Impl {
             if (r < 0) fail("cannot write: " + av_error_text(r));
         }
         Dict mux_opts;
-        if (kind == OutputKind::H264) mux_opts.set("movflags", "+faststart+write_colr");
+        // use_metadata_tags: MP4 has no place for a reel name otherwise.
+        if (kind == OutputKind::H264)
+            mux_opts.set("movflags", opt.reel.empty() ? "+faststart+write_colr" : "+faststart+write_colr+use_metadata_tags");
         if (kind == OutputKind::ProRes) mux_opts.set("movflags", "+write_colr");
         r = avformat_write_header(fmt, &mux_opts.d);
         if (r < 0) fail("cannot write: " + av_error_text(r));
         if (const AVDictionaryEntry* e = av_dict_get(mux_opts.d, "", nullptr, AV_DICT_IGNORE_SUFFIX))
             fail(std::string("the ") + muxer + " writer does not know the option " + e->key);
+    }
+
+    // Timecode, reel, creation time, title and language, each where the
+    // container keeps it: a QuickTime timecode track (which also holds the
+    // reel) in .mov and .mp4, tags in Matroska.
+    void tag_origin() {
+        if (kind == OutputKind::PngSequence) return;
+        auto set = [](AVDictionary** d, const char* key, const std::string& value) {
+            if (!value.empty()) av_dict_set(d, key, value.c_str(), 0);
+        };
+        set(kind == OutputKind::Ffv1 ? &fmt->metadata : &vst->metadata, "timecode", opt.timecode);
+        set(&vst->metadata, "reel_name", opt.reel);
+        if (kind == OutputKind::H264) set(&fmt->metadata, "reel_name", opt.reel);
+        set(&fmt->metadata, "creation_time", opt.creation_time);
+        if (kind == OutputKind::Ffv1) set(&vst->metadata, "title", opt.title);
+        set(&vst->metadata, "language", opt.language);
     }
 
     void open_audio() {

@@ -2,6 +2,7 @@
 // writes is read back.
 #include "cli_test_util.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include <gtest/gtest.h>
@@ -244,6 +245,51 @@ TEST(CliRender, SubBlackAndSuperWhiteSurviveIntoYuvOutputs) {
         EXPECT_EQ(value8(back.frames[0], 630, 300, 2), 255);
         EXPECT_EQ(value8(back.frames[0], 630, 420, 2), 255);
     }
+}
+
+// The value of a tag as ffprobe reads it anywhere in the file (any stream or
+// the container, any case of the name); "" when missing.
+std::string probed_tag(const std::string& file, const std::string& key) {
+    std::string out;
+    if (!ffmpeg_output("-v error -show_entries format_tags:stream_tags -of compact " + file, &out)) return "";
+    std::string lower = out;
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+    const size_t at = lower.find("tag:" + key + "=");
+    if (at == std::string::npos) return "";
+    const size_t from = at + key.size() + 5;
+    return out.substr(from, out.find_first_of("|\n", from) - from);
+}
+
+// Start timecode (at the output's own rate, moved by --start), reel and
+// creation time of a ProRes source with a timecode track reach .mov, .mkv
+// and .mp4; a PAL conform keeps the label.
+TEST(CliRender, TimecodeReelAndCreationTimeReachEveryOutput) {
+    ScratchDir dir;
+    const std::string ntsc = dir.file("tape.mov"), pal = dir.file("pal.mov");
+    const std::string tags = " -c:v prores_ks -metadata:s:v reel_name=TAPE01 -metadata creation_time=2024-01-02T03:04:05Z ";
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=64x48:rate=30000/1001 -frames:v 12 -vf setfield=bff -timecode "
+                       "01:00:00\\;00" + tags + ntsc));
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=64x48:rate=25 -frames:v 6 -vf setfield=tff -timecode 10:00:00:00" +
+                       tags + pal));
+    struct Case {
+        const std::string& in;
+        const char* rate;
+        const char* start;
+        const char* timecode;
+    };
+    const Case cases[] = {{ntsc, "29.97", "5", "01:00:00;05"},
+                          {ntsc, "23.976", "5", "00:59:56:14"},  // the instant of source frame 5
+                          {pal, "23.976", "0", "10:00:00:00"}};
+    for (const Case& c : cases)
+        for (const char* ext : {"mov", "mkv", "mp4"}) {
+            const std::string out = dir.file(std::string("out.") + ext);
+            SCOPED_TRACE(out + " from " + c.in + " at " + c.rate);
+            RunResult r = run_tessen({"render", c.in, out, "--rate", c.rate, "--start", c.start, "-y", "--quiet"});
+            ASSERT_EQ(r.exit_code, 0) << r.err;
+            EXPECT_EQ(probed_tag(out, "timecode"), c.timecode);
+            EXPECT_EQ(probed_tag(out, "reel_name"), "TAPE01");
+            EXPECT_EQ(probed_tag(out, "creation_time").substr(0, 19), "2024-01-02T03:04:05");
+        }
 }
 
 // Decoding, the effect and encoding run on threads of their own unless
