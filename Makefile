@@ -14,7 +14,7 @@ DIST := dist
 PACKAGES := cmake ninja-build g++ make pkg-config python3 \
 	libgtest-dev libgmock-dev libbenchmark-dev \
 	g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 wine64 \
-	libavformat-dev libavcodec-dev libswscale-dev libswresample-dev libavutil-dev ffmpeg
+	libavformat-dev libavcodec-dev libavfilter-dev libswscale-dev libswresample-dev libavutil-dev ffmpeg
 
 .PHONY: all deps build install-build test test-native test-asan test-install test-wine win demo bench install clean
 

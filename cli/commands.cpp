@@ -116,6 +116,10 @@ int run_render(const Options& o) {
     wo.sample_aspect = info.sample_aspect;
     wo.overwrite = o.overwrite;
     if (plan.keep_audio) wo.audio_source = o.input;
+    if (plan.conformed) wo.audio_follow.stretch = info.frame_rate.value() / plan.comp_rate.value();
+    wo.audio_follow.start = double(plan.first_source_frame) / info.frame_rate.value() * wo.audio_follow.stretch;
+    wo.audio_follow.keep_pitch = !o.audio_pitch_shift;
+    wo.audio_follow.end_with_picture = o.frames.has_value();
     wo.alpha = info.has_alpha;
     wo.levels = o.nominal_range ? HostLevels{} : reader->use_whole_code_range();
     wo.pixel_format = o.pix_fmt.empty() ? output_pixel_format(kind, info) : o.pix_fmt;

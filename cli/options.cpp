@@ -148,6 +148,10 @@ const char* help_text() {
            "                           the whole code range goes through and is kept)\n"
            "  --pix-fmt F              pixel format of .mkv or .mov output, by FFmpeg's name\n"
            "                           (such as yuv422p10le, yuv444p16le, gbrp16le)\n"
+           "  --no-audio               leave the sound out\n"
+           "  --audio-pitch keep|shift  a PAL to 23.976 conform slows the sound with the\n"
+           "                           picture: keep its pitch (default), or shift it down\n"
+           "                           as playing slower does (the old telecine way)\n"
            "  --start F|T              first source frame (an index such as 120) or time (such\n"
            "                           as 4.5s or 00:01:04.5)\n"
            "  --frames N               number of output frames to write\n"
@@ -347,6 +351,17 @@ ParseResult parse_command_line(const std::vector<std::string>& args) {
         } else if (opt == "--range" && (inline_value ? value : i + 1 < args.size() ? args[i + 1] : "") == "nominal") {
             if (!render_only() || !take()) return r;
             o.nominal_range = true;
+        } else if (opt == "--no-audio") {
+            if (!render_only()) return r;
+            o.no_audio = true;
+        } else if (opt == "--audio-pitch") {
+            if (!render_only() || !take()) return r;
+            if (value == "keep" || value == "shift") {
+                o.audio_pitch_shift = value == "shift";
+            } else {
+                r.error = "--audio-pitch must be keep or shift (got '" + value + "')";
+                return r;
+            }
         } else if (opt == "--pix-fmt") {
             if (!render_only() || !take()) return r;
             o.pix_fmt = lower(value);

@@ -50,6 +50,8 @@ struct Options {
     // --range nominal: a Y'CbCr source's black and white on the host's ends
     // (what lies outside is clipped); default: its whole code range.
     bool nominal_range = false;
+    bool no_audio = false;     // --no-audio
+    bool audio_pitch_shift = false;  // --audio-pitch shift: a conform slows the sound, pitch and all
     std::string pix_fmt;  // --pix-fmt: pixel format of .mkv/.mov output; empty: the source's family
 };
 

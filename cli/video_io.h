@@ -163,6 +163,16 @@ std::string output_pixel_format(OutputKind kind, const VideoInfo& source);
 // Why --pix-fmt `name` cannot be written as `kind` ("" when it can).
 std::string pixel_format_refusal(OutputKind kind, const std::string& name);
 
+// Sound that follows the picture: the span of a --start, and the slowing of
+// a conform. Times are output seconds from the first picture.
+struct AudioFollow {
+    double start = 0;       // sound before this is cut off (the source's --start, stretched)
+    double stretch = 1;     // output seconds per source second (25 / 23.976 for the PAL conform)
+    bool keep_pitch = true; // slowed with the pitch kept; else played slower, pitch and all
+    bool end_with_picture = false;  // cut where the last picture ends (--frames)
+    bool active() const { return start > 0 || stretch != 1 || end_with_picture; }
+};
+
 struct WriterOptions {
     int width = 0;
     int height = 0;
@@ -181,9 +191,12 @@ struct WriterOptions {
     bool overwrite = false;     // replace an existing output (-y)
     int h264_crf = 16;
     // When not empty, the audio streams of this file are copied over
-    // (packets re-timed against its first video frame). Pass it only when the
-    // output keeps the input's duration.
+    // (packets re-timed against its first video frame).
     std::string audio_source;
+    // Cut (--start) or slowed (conform) with the picture: then the sound is
+    // decoded, cut sample-exact, ends with the last picture and is encoded
+    // again (PCM from PCM or lossless sound, else AAC).
+    AudioFollow audio_follow;
     // The pictures carry alpha worth keeping: ProRes 4444, FFV1 and PNG
     // with alpha are written; H.264 has none and says so in alpha_notice().
     bool alpha = false;

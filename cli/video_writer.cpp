@@ -364,15 +364,21 @@ struct VideoWriter::Impl {
                 if (!anotice.empty()) anotice += "; ";
                 anotice += std::string("audio stream ") + std::to_string(i) + " (" + name + ") " + what;
             };
-            const AudioPlan plan = plan_audio(fmt->oformat, st->codecpar);
+            // Sound cut or slowed with the picture is always decoded; it is
+            // only said when the codec changes.
+            const AudioPlan natural = plan_audio(fmt->oformat, st->codecpar);
+            const AudioPlan plan = opt.audio_follow.active() && natural == AudioPlan::Copy
+                                       ? plan_audio_converted(fmt->oformat, st->codecpar)
+                                       : natural;
             if (plan == AudioPlan::ToAac || plan == AudioPlan::ToPcm) {
                 try {
                     aconvert.resize(ain->nb_streams);
-                    aconvert[i] = std::make_unique<AudioTranscoder>(st, fmt, plan);
+                    aconvert[i] = std::make_unique<AudioTranscoder>(st, fmt, plan, opt.audio_follow);
                     amap[i] = aconvert[i]->output_index();
                     ++acopied;
-                    note(std::string("is converted to ") + audio_plan_name(plan) + " for " + output_kind_name(kind) +
-                         " output");
+                    if (natural != AudioPlan::Copy)
+                        note(std::string("is converted to ") + audio_plan_name(plan) + " for " +
+                             output_kind_name(kind) + " output");
                     continue;
                 } catch (const std::exception& e) {
                     note(std::string("cannot be converted (") + e.what() + ") and is left out");
@@ -419,7 +425,9 @@ struct VideoWriter::Impl {
             AVStream* is = ain->streams[apkt->stream_index];
             const int64_t shift = av_rescale_q(aoffset, AV_TIME_BASE_Q, is->time_base);
             const int64_t ts = apkt->dts != AV_NOPTS_VALUE ? apkt->dts : apkt->pts;
-            if (ts != AV_NOPTS_VALUE && double(ts - shift) * av_q2d(is->time_base) > until) break;
+            if (ts != AV_NOPTS_VALUE &&
+                double(ts - shift) * av_q2d(is->time_base) * opt.audio_follow.stretch - opt.audio_follow.start > until)
+                break;
             apending = false;
             if (apkt->pts != AV_NOPTS_VALUE) apkt->pts -= shift;
             if (apkt->dts != AV_NOPTS_VALUE) apkt->dts -= shift;
@@ -444,6 +452,13 @@ struct VideoWriter::Impl {
             av_packet_unref(apkt);
             if (r < 0) fail("cannot write: " + av_error_text(r));
         }
+    }
+
+    // Sound that follows the picture ends where the picture written so far does.
+    void end_audio_at(double seconds) {
+        if (!opt.audio_follow.active()) return;
+        for (auto& t : aconvert)
+            if (t) t->end_at(seconds);
     }
 
     void drain(bool flushing) {
@@ -664,6 +679,7 @@ struct VideoWriter::Impl {
         if (r < 0) fail("encoding failed: " + av_error_text(r));
         ++written;
         drain(false);
+        end_audio_at(double(written) / opt.frame_rate.value());
         pump_audio(double(written) / opt.frame_rate.value() + 0.5);
     }
 
@@ -678,6 +694,7 @@ struct VideoWriter::Impl {
         int r = avcodec_send_frame(enc, nullptr);
         if (r < 0) fail("encoding failed: " + av_error_text(r));
         drain(true);
+        end_audio_at(double(written) / opt.frame_rate.value());
         pump_audio(std::numeric_limits<double>::infinity());
         for (auto& t : aconvert) {
             if (!t) continue;

@@ -327,19 +327,66 @@ TEST(CliRender, ThreadedPipelineKeepsEveryFrameInOrderAndMatchesOneThread) {
     }
 }
 
-TEST(CliRender, AudioFollowsOnlyWhenTheDurationIsKept) {
+// Where a beep sits in the first audio stream (seconds from its first
+// sample, as FFmpeg decodes it), and how long the sound is.
+struct Sound {
+    double beep = -1, length = 0;
+};
+Sound sound_of(const std::string& file) {
+    std::string raw;
+    EXPECT_TRUE(ffmpeg_output("-v error -i " + file + " -map 0:a:0 -ac 1 -ar 48000 -f s16le -", &raw, "ffmpeg"));
+    Sound s;
+    const size_t n = raw.size() / 2;
+    s.length = double(n) / 48000;
+    for (size_t i = 0; i < n && s.beep < 0; ++i)
+        if (std::abs(int16_t(uint8_t(raw[2 * i]) | uint8_t(raw[2 * i + 1]) << 8)) > 3000) s.beep = double(i) / 48000;
+    return s;
+}
+
+// The sound follows the picture: cut sample-exact for --start and --frames,
+// slowed with a PAL to 23.976 conform (pitch kept or shifted); the output's
+// sound is as long as its picture (within one audio frame) and a beep on a
+// flash stays on the flash. --no-audio leaves it out.
+TEST(CliRender, AudioFollowsThePicture) {
     ScratchDir dir;
-    const std::string in = dir.file("in.mkv");
-    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=32x24:rate=25 -f lavfi -i sine=duration=0.2 -frames:v 5 "
-                       "-c:v ffv1 -c:a pcm_s16le " + in));
-    const std::string kept = dir.file("kept.mkv"), conformed = dir.file("conformed.mkv");
-    RunResult r = run_tessen(render(in, kept, "pal", "lower"));
-    ASSERT_EQ(r.exit_code, 0) << r.err;
-    EXPECT_EQ(probe(kept).audio_streams, 1);
-    r = run_tessen(render(in, conformed, "pal", "lower", {"--rate", "23.976"}));
-    ASSERT_EQ(r.exit_code, 0) << r.err;
-    EXPECT_EQ(probe(conformed).audio_streams, 0);
-    expect_all(r.err, {"audio dropped", "conformed"});
+    // A white flash on frame 45 (NTSC) or 25 (PAL) and a 1 kHz beep at that instant.
+    const std::string ntsc = dir.file("ntsc.mkv"), pal = dir.file("pal.mkv");
+    ASSERT_TRUE(ffmpeg("-f lavfi -i \"color=black:size=32x24:rate=30000/1001,geq=lum='if(eq(N,45),235,16)':cb=128:cr=128\" "
+                       "-f lavfi -i \"aevalsrc='if(between(t,1.5015,1.53),sin(6283*t),0)':s=48000:c=stereo\" -t 3 "
+                       "-c:v ffv1 -c:a pcm_s16le " + ntsc));
+    ASSERT_TRUE(ffmpeg("-f lavfi -i \"color=black:size=32x24:rate=25,geq=lum='if(eq(N,25),235,16)':cb=128:cr=128\" "
+                       "-f lavfi -i \"aevalsrc='if(between(t,1,1.04),sin(6283*t),0)':s=48000:c=stereo\" -t 3 "
+                       "-c:v ffv1 -c:a pcm_s16le " + pal));
+    struct Case {
+        const char* name;
+        const std::string& in;
+        std::vector<std::string> options;
+        double seconds;  // of the picture
+        double beep;     // the flash's time in the output
+        double within;   // how close the beep must be
+    };
+    const Case cases[] = {
+        {"cut.mkv", ntsc, {"--start", "30", "--frames", "40"}, 40 / 23.976, 15 / 29.97, 0.0001},
+        {"cut.mov", ntsc, {"--rate", "29.97", "--start", "30", "--frames", "40"}, 40 / 29.97, 15 / 29.97, 0.0001},
+        {"cut.mp4", ntsc, {"--start", "1.001s"}, 48 / 23.976, 15 / 29.97, 0.005},  // AAC
+        {"shift.mkv", pal, {"--rate", "23.976", "--audio-pitch", "shift"}, 75 / 23.976, 25 / 23.976, 0.0001},
+        {"keep.mov", pal, {"--rate", "23.976"}, 75 / 23.976, 25 / 23.976, 0.005},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::vector<std::string> options = c.options;
+        options.push_back("--quiet");
+        const std::string out = dir.file(c.name);
+        RunResult r = run_tessen(render(c.in, out, c.in == pal ? "pal" : "ntsc", "lower", options));
+        ASSERT_EQ(r.exit_code, 0) << r.err;
+        const Sound s = sound_of(out);
+        const double audio_frame = contains(c.name, "mp4") ? 1024 / 48000.0 : 0.0001;
+        EXPECT_NEAR(s.length, c.seconds, audio_frame);
+        EXPECT_NEAR(s.beep, c.beep, c.within);
+    }
+    const std::string silent = dir.file("silent.mkv");
+    ASSERT_EQ(run_tessen(render(pal, silent, "pal", "lower", {"--no-audio", "--quiet"})).exit_code, 0);
+    EXPECT_EQ(probe(silent).audio_streams, 0);
 }
 
 // Audio the output's container cannot hold as it is is converted, never a
