@@ -596,6 +596,10 @@ TEST(CliErrors, BadInputsEndWithOneLineAnExitCodeAndNoOutput) {
          {"out.mkv", "cannot write in the folder"}},
         {"unknown output kind", render(good, dir.file("out.xyz"), "ntsc", "lower"), 2, {"out.xyz"}},
         {"PNG without a frame number", render(good, dir.file("out.png"), "ntsc", "lower"), 2, {"%05d"}},
+        {"--pix-fmt for .mp4", render(good, dir.file("out.mp4"), "ntsc", "lower", {"--pix-fmt", "yuv420p"}), 2,
+         {"out.mp4", "--pix-fmt applies to .mkv"}},
+        {"--pix-fmt FFV1 does not write", render(good, out, "ntsc", "lower", {"--pix-fmt", "nv12"}), 2,
+         {"out.mkv", "choose one of", "yuv422p10le"}},
     };
     for (const Case& c : cases)
         for (bool one_thread : {false, true}) {
