@@ -12,7 +12,7 @@ namespace {
 
 // A field is a repeat when it differs from the field two before it by less
 // than this share of what its neighbours differ by.
-constexpr double kRepeatRatio = 0.25;
+constexpr double kRepeatRatio = 0.5;
 // A film frame's fields pair unless they comb more than this many times the
 // cleanest pair of fields nearby.
 constexpr double kCombRatio = 2.0;
@@ -182,11 +182,14 @@ PulldownPlan plan_pulldown(const std::vector<FieldMeasure>& m, bool upper_first,
             inside.push_back(comb(g.start + 1));
             if (comb(g.start) >= 0) across.push_back(comb(g.start));
         }
-        if (!(median(inside) <= kCombRatio * 0.25 * median(across))) continue;  // none pairs
+        const double border = median(across);
+        if (!(median(inside) <= kCombRatio * 0.25 * border)) continue;  // none pairs
         for (size_t g = 0; g < groups.size(); ++g) {
             const size_t lo = g >= 4 ? g - 4 : 0, hi = std::min(groups.size(), g + 5);
             const double around = median(std::vector<double>(inside.begin() + ptrdiff_t(lo), inside.begin() + ptrdiff_t(hi)));
-            groups[g].pairs = inside[g] >= 0 && inside[g] <= kCombRatio * around + 1e-6;
+            // Smooth pictures comb next to nothing; a tenth of the combing
+            // across film frames is still far below an orphan's.
+            groups[g].pairs = inside[g] >= 0 && inside[g] <= std::max(kCombRatio * around, 0.1 * border) + 1e-6;
         }
     }
 
