@@ -116,23 +116,13 @@ PulldownPlan plan_pulldown(const std::vector<FieldMeasure>& m, bool upper_first,
     const std::vector<int64_t> reps = find_repeats(m);
 
     // Runs of repeats five fields apart (or a multiple of five, across still
-    // stretches); a lone repeat out of step between two in step is ignored.
+    // stretches). Read in the wrong field order, film shows its repeats
+    // three and seven fields apart, and no run.
     std::vector<std::pair<int64_t, int64_t>> runs;  // first and last repeat
     for (size_t i = 0; i < reps.size();) {
-        int64_t first = reps[i], last = reps[i];
         size_t k = i + 1;
-        for (; k < reps.size(); ++k) {
-            const int64_t gap = reps[k] - last;
-            if (gap % 5 == 0 && gap <= 5 * kCarryCycles) {
-                last = reps[k];
-            } else if (k + 1 < reps.size() && (reps[k + 1] - last) % 5 == 0 &&
-                       reps[k + 1] - last <= 5 * kCarryCycles) {
-                continue;  // out of step, and the next is in step again
-            } else {
-                break;
-            }
-        }
-        if (last > first) runs.push_back({first, last});
+        while (k < reps.size() && (reps[k] - reps[k - 1]) % 5 == 0 && reps[k] - reps[k - 1] <= 5 * kCarryCycles) ++k;
+        if (k - i >= 2) runs.push_back({reps[i], reps[k - 1]});
         i = k;
     }
 
@@ -166,8 +156,8 @@ PulldownPlan plan_pulldown(const std::vector<FieldMeasure>& m, bool upper_first,
         plan.phase = int(std::max_element(per_phase.begin(), per_phase.end()) - per_phase.begin());
 
     // A film frame's fields weave without combing: in a run, the fields
-    // inside film frames comb clearly less than the fields across their
-    // borders, or the run is no film in this field order. A film frame pairs
+    // inside film frames comb less than the fields across their borders, or
+    // the run is no film. A film frame pairs
     // when its fields comb no more than those of the film frames around it
     // (the picture's own detail); an orphan field at an edit combs far more.
     auto comb = [&](int64_t j) { return j >= 1 && j < n ? m[size_t(j)].comb : -1.0; };
@@ -183,7 +173,7 @@ PulldownPlan plan_pulldown(const std::vector<FieldMeasure>& m, bool upper_first,
             if (comb(g.start) >= 0) across.push_back(comb(g.start));
         }
         const double border = median(across);
-        if (!(median(inside) <= kCombRatio * 0.25 * border)) continue;  // none pairs
+        if (!(median(inside) <= border)) continue;  // none pairs
         for (size_t g = 0; g < groups.size(); ++g) {
             const size_t lo = g >= 4 ? g - 4 : 0, hi = std::min(groups.size(), g + 5);
             const double around = median(std::vector<double>(inside.begin() + ptrdiff_t(lo), inside.begin() + ptrdiff_t(hi)));

@@ -106,6 +106,9 @@ TEST(CliPulldown, FilmFramesComeBackExactlyFromHardAndSoftTelecine) {
     // keep: today's behaviour, every frame rebuilt by the effect
     ASSERT_EQ(run_tessen({"render", hard, out, "-y", "--pulldown", "keep"}).exit_code, 0);
     EXPECT_LT(exact_frames(read_all(out).frames, film_frames.frames), 5);
+    // Read in the wrong field order, film shows no cadence and nothing passes for a film frame.
+    r = run_tessen({"render", hard, out, "-y", "--field-order", "lower"});
+    EXPECT_TRUE(contains(r.err, "no 3:2 pulldown found")) << r.err;
     // 29.97 keeps the fields' rate, and says what the natural output is.
     r = run_tessen({"render", hard, out, "-y", "--rate", "29.97"});
     EXPECT_TRUE(contains(r.err, "23.976 fps is its natural output")) << r.err;
