@@ -356,7 +356,7 @@ TEST(CliRender, AudioFollowsThePicture) {
                        "-c:v ffv1 -c:a pcm_s16le " + ntsc));
     ASSERT_TRUE(ffmpeg("-f lavfi -i \"color=black:size=32x24:rate=25,geq=lum='if(eq(N,25),235,16)':cb=128:cr=128\" "
                        "-f lavfi -i \"aevalsrc='if(between(t,1,1.04),sin(6283*t),0)':s=48000:c=stereo\" -t 3 "
-                       "-c:v ffv1 -c:a pcm_s16le " + pal));
+                       "-metadata:s:a language=fra -metadata:s:a title=Dialogue -c:v ffv1 -c:a pcm_s16le " + pal));
     struct Case {
         const char* name;
         const std::string& in;
@@ -383,6 +383,12 @@ TEST(CliRender, AudioFollowsThePicture) {
         const double audio_frame = contains(c.name, "mp4") ? 1024 / 48000.0 : 0.0001;
         EXPECT_NEAR(s.length, c.seconds, audio_frame);
         EXPECT_NEAR(s.beep, c.beep, c.within);
+        if (&c.in == &pal) {  // the sound's language, and its title where the container holds one
+            std::string tags;
+            ASSERT_TRUE(ffmpeg_output("-v error -select_streams a:0 -show_entries stream_tags -of compact " + out, &tags));
+            EXPECT_TRUE(contains(tags, "language=fra")) << tags;
+            EXPECT_EQ(contains(tags, "title=Dialogue"), contains(c.name, "mkv")) << tags;
+        }
     }
     const std::string silent = dir.file("silent.mkv");
     ASSERT_EQ(run_tessen(render(pal, silent, "pal", "lower", {"--no-audio", "--quiet"})).exit_code, 0);
