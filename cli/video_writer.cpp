@@ -439,7 +439,13 @@ struct VideoWriter::Impl {
                 continue;
             }
             if (apkt->stream_index < int(aconvert.size()) && aconvert[apkt->stream_index]) {
-                const int r = aconvert[apkt->stream_index]->send(apkt);
+                int r = 0;
+                try {
+                    r = aconvert[apkt->stream_index]->send(apkt);
+                } catch (const std::exception& e) {
+                    av_packet_unref(apkt);
+                    fail(std::string("cannot convert the audio: ") + e.what());
+                }
                 av_packet_unref(apkt);
                 if (r < 0) fail("cannot write: " + av_error_text(r));
                 continue;
