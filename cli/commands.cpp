@@ -5,6 +5,7 @@
 #include "cli/demo.h"
 #include "cli/effect_runner.h"
 #include "cli/exit_codes.h"
+#include "cli/field_analysis.h"
 #include "cli/frame_source.h"
 #include "cli/interrupt.h"
 #include "cli/options.h"
@@ -17,6 +18,7 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -99,6 +101,16 @@ int run_render(const Options& o) {
     if (Refusal r = plan_rates(info, o, plan))
         throw Failure(r.kind == Refusal::Kind::kUsage ? kExitUsage : kExitUnsupported, o.input + ": " + r.message);
     if (Refusal r = plan_start(info, o, plan)) throw Failure(kExitUsage, o.input + ": " + r.message);
+    // The first frames' pictures and flags, unless the user settled the order.
+    std::optional<FieldAnalysis> fields;
+    if (!o.field_order) {
+        try {
+            fields = analyse_fields(o.input);
+        } catch (const CliError& e) {
+            throw Failure(kExitInput, e.what());
+        }
+        if (Refusal r = refuse_unfielded(*fields, o)) throw Failure(kExitUnsupported, o.input + ": " + r.message);
+    }
 
     // The output is claimed before the long work, so "exists" and "cannot
     // write" show at once.
@@ -154,7 +166,8 @@ int run_render(const Options& o) {
             print_effect_message(stderr, auto_setup.message);
         }
     }
-    plan_fields(info, o, need_auto ? &auto_setup : nullptr, plan);
+    plan_fields(info, o, need_auto ? &auto_setup : nullptr, fields ? &*fields : nullptr, plan);
+    if (need_auto && !auto_setup.succeeded) say(o.quiet, auto_setup_follow_up(info, plan));
     for (const std::string& n : plan.notes) say(o.quiet, "note: " + n);
 
     const int64_t expected =
@@ -192,7 +205,7 @@ int run_render(const Options& o) {
     }
     pipeline.drain();
     if (k == 0) throw Failure(kExitInput, o.input + ": no frames to convert");
-    progress.finish();
+    progress.finish(k);
 
     std::string leaks = runner.close();
     if (!leaks.empty()) {
