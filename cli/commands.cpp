@@ -261,7 +261,7 @@ int run_auto_setup(const Options& o) {
     AutoSetupResult r = runner.press_auto_setup();
     std::string leaks = runner.close();
 
-    std::printf("%s: %dx%d, %s fps, field order %s; composition %s fps\n", o.input.c_str(), info.width, info.height,
+    std::printf("%s: %dx%d, %s fps, tagged %s; composition %s fps\n", o.input.c_str(), info.width, info.height,
                 [&] {
                     static char b[32];
                     std::snprintf(b, sizeof b, "%.3f", info.frame_rate.value());
@@ -280,11 +280,22 @@ int run_auto_setup(const Options& o) {
     std::printf("Field Order: %s\n", r.field_order == kUpperFirst   ? "Upper Field First"
                                      : r.field_order == kLowerFirst ? "Lower Field First"
                                                                     : "?");
-    if (info.field_order == FieldOrder::UpperFirst || info.field_order == FieldOrder::LowerFirst) {
-        const int recorded = info.field_order == FieldOrder::UpperFirst ? kUpperFirst : kLowerFirst;
-        if (recorded != r.field_order)
-            std::printf("note: the file records %s; tessen render uses the file's field order\n",
-                        field_order_name(info.field_order));
+    // What tessen render makes of the file's fields.
+    ConversionPlan plan;
+    if (!plan_rates(info, o, plan)) {
+        FieldAnalysis fields;
+        try {
+            fields = analyse_fields(o.input);
+        } catch (const CliError& e) {
+            throw Failure(kExitInput, e.what());
+        }
+        if (Refusal refusal = refuse_unfielded(fields, o)) {
+            std::printf("note: tessen render refuses it: %s\n", refusal.message.c_str());
+        } else {
+            plan_fields(info, o, &r, &fields, plan);
+            std::printf("note: tessen render uses %s field first, %s\n",
+                        plan.field_order == kUpperFirst ? "upper" : "lower", field_basis_reason(plan.field_basis));
+        }
     }
     if (by_rate && r.source_video != (*by_rate == SourceStandard::kNtsc ? kSourceNtsc : kSourcePal))
         std::printf("note: the file runs at %.3f fps, so tessen render treats it as %s\n", info.frame_rate.value(),

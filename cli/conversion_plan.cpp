@@ -128,15 +128,15 @@ Refusal plan_rates(const VideoInfo& info, const Options& options, ConversionPlan
     return r;
 }
 
-const char* field_basis_name(FieldBasis b) {
+const char* field_basis_reason(FieldBasis b) {
     switch (b) {
-    case FieldBasis::kOption: return "option";
-    case FieldBasis::kContent: return "content";
-    case FieldBasis::kFlags: return "flags";
-    case FieldBasis::kTag: return "tag";
-    case FieldBasis::kGuess: return "guess";
+    case FieldBasis::kOption: return "as --field-order says";
+    case FieldBasis::kContent: return "as its pictures show";
+    case FieldBasis::kFlags: return "as its frames are flagged";
+    case FieldBasis::kTag: return "as the file records it";
+    case FieldBasis::kGuess: break;
     }
-    return "guess";
+    return "as Auto Setup set it, since nothing in the file says (--field-order chooses)";
 }
 
 namespace {
@@ -238,14 +238,7 @@ Refusal refuse_unfielded(const FieldAnalysis& analysis, const Options& options) 
 }
 
 std::string auto_setup_follow_up(const VideoInfo& info, const ConversionPlan& plan) {
-    std::string why;
-    switch (plan.field_basis) {
-    case FieldBasis::kOption: why = "as --field-order says"; break;
-    case FieldBasis::kContent: why = "as its pictures show"; break;
-    case FieldBasis::kFlags: why = "as its frames are flagged"; break;
-    case FieldBasis::kTag: why = "as the file records it"; break;
-    case FieldBasis::kGuess: why = "as Auto Setup set it, since nothing in the file says (--field-order chooses)"; break;
-    }
+    const std::string why = field_basis_reason(plan.field_basis);
     return "Auto Setup could not place " + std::to_string(info.width) + "x" + std::to_string(info.height) +
            "; tessen uses " + standard_name(plan.standard) + ", from the file's " + rate_text(info.frame_rate) +
            " fps, and " + order_name(plan.field_order) + " field first, " + why;

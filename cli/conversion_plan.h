@@ -62,7 +62,7 @@ struct AutoSetupResult {
 
 // What settled the field order, strongest first.
 enum class FieldBasis { kOption, kContent, kFlags, kTag, kGuess };
-const char* field_basis_name(FieldBasis b);  // "option", "content", "flags", "tag", "guess"
+const char* field_basis_reason(FieldBasis b);  // "as its pictures show", ...
 
 struct ConversionPlan {
     SourceStandard standard = SourceStandard::kNtsc;

@@ -163,9 +163,11 @@ FieldAnalysis analyse_fields(const std::string& path, int max_frames) {
     };
 
     bool draining = false;
-    while (int(result.per_frame.size()) < max_frames) {
+    // Frames that cannot be measured still count, so a long file of them ends the look.
+    for (int decoded = 0; decoded < max_frames;) {
         int err = avcodec_receive_frame(dec.get(), frame.get());
         if (err == 0) {
+            ++decoded;
             take(frame.get());
             av_frame_unref(frame.get());
             continue;
