@@ -18,17 +18,6 @@ constexpr double kFloor = 0.25;
 constexpr double kOrderRatio = 1.15;
 constexpr double kProgressiveRatio = 1.3;
 
-FieldOrder tag_of(AVFieldOrder f) {
-    switch (f) {
-    case AV_FIELD_PROGRESSIVE: return FieldOrder::Progressive;
-    case AV_FIELD_TT:
-    case AV_FIELD_TB: return FieldOrder::UpperFirst;
-    case AV_FIELD_BB:
-    case AV_FIELD_BT: return FieldOrder::LowerFirst;
-    default: return FieldOrder::Unknown;
-    }
-}
-
 struct FormatCloser {
     void operator()(AVFormatContext* f) const { avformat_close_input(&f); }
 };
@@ -122,7 +111,7 @@ FieldAnalysis analyse_fields(const std::string& path, int max_frames) {
     const int index = av_find_best_stream(fmt.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &codec, 0);
     if (index < 0 || !codec) throw CliError(path, "no video stream");
     AVStream* st = fmt->streams[index];
-    result.tag = tag_of(st->codecpar->field_order);
+    result.tag = field_order_from(st->codecpar->field_order);
 
     std::unique_ptr<AVCodecContext, CodecCloser> dec(avcodec_alloc_context3(codec));
     std::unique_ptr<AVFrame, FrameCloser> frame(av_frame_alloc());
