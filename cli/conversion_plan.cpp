@@ -218,7 +218,9 @@ void plan_fields(const VideoInfo& info, const Options& options, const AutoSetupR
 
 Refusal refuse_unfielded(const FieldAnalysis& analysis, const Options& options) {
     Refusal r;
-    if (options.force || options.field_order) return r;
+    // Progressive frames with repeat-field flags play as interlaced video
+    // (soft pulldown): not refused.
+    if (options.force || options.field_order || analysis.repeats_field > 0) return r;
     if (analysis.still()) {
         r.kind = Refusal::Kind::kUnsupported;
         r.message = "a still image: one picture has no fields to deinterlace (--force converts it as a one-frame clip)";

@@ -78,12 +78,14 @@ ContentVerdict verdict_of(const WeaveMeasure& m) {
 
 void count_votes(FieldAnalysis& a) {
     a.upper_votes = a.lower_votes = a.progressive_votes = a.flagged_interlaced = a.flagged_top_first = 0;
+    a.repeats_field = 0;
     for (const FrameReport& f : a.per_frame) {
         a.upper_votes += f.verdict == ContentVerdict::kUpperFirst;
         a.lower_votes += f.verdict == ContentVerdict::kLowerFirst;
         a.progressive_votes += f.verdict == ContentVerdict::kProgressive;
         a.flagged_interlaced += f.flagged_interlaced;
         a.flagged_top_first += f.flagged_interlaced && f.flagged_top_first;
+        a.repeats_field += f.repeats_field;
     }
 }
 
@@ -142,6 +144,7 @@ FieldAnalysis analyse_fields(const std::string& path, int max_frames) {
         FrameReport r;
         r.flagged_interlaced = f->interlaced_frame != 0;
         r.flagged_top_first = f->top_field_first != 0;
+        r.repeats_field = f->repeat_pict > 0;
         if (have > 0) {
             FrameReport& prev = result.per_frame.back();
             prev.measure = measure_pair(planes[(have - 1) & 1], p);

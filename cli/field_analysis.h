@@ -48,6 +48,7 @@ ContentVerdict verdict_of(const WeaveMeasure& m);
 struct FrameReport {
     bool flagged_interlaced = false;
     bool flagged_top_first = false;
+    bool repeats_field = false;  // soft pulldown: shown for three fields
     WeaveMeasure measure;  // against the next frame; zero for the last one
     ContentVerdict verdict = ContentVerdict::kUndecided;
     // Its own fields come from different instants.
@@ -62,7 +63,7 @@ struct FieldAnalysis {
     bool ended = false;                    // the video ended within them
     std::vector<FrameReport> per_frame;
     int upper_votes = 0, lower_votes = 0, progressive_votes = 0;
-    int flagged_interlaced = 0, flagged_top_first = 0;
+    int flagged_interlaced = 0, flagged_top_first = 0, repeats_field = 0;
 
     // One picture only.
     bool still() const { return ended && frames == 1; }

@@ -212,6 +212,12 @@ TEST(ConversionPlan, ProgressiveAndStillSourcesAreRefused) {
         {seen(F::Progressive, 0, 0, 0, 12, 0), nullptr},         // flagged interlaced, static
         {seen(F::Progressive, 0, 4, 7, 0, 0), nullptr},          // hard 3:2 pulldown
         {seen(F::Unknown, 0, 0, 0, 0, 0), nullptr},              // nothing says
+        {[] {
+             FieldAnalysis soft = seen(F::Progressive, 0, 0, 11, 0, 0);
+             soft.repeats_field = 5;  // soft pulldown
+             return soft;
+         }(),
+         nullptr},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.says ? c.says : "accepted");
