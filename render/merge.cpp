@@ -183,16 +183,18 @@ MergeKernels MergeKernelsFor(bool simd) {
 void Merge(const RenderSettings& settings, const CVFloatWorld& field0,
            const CVFloatWorld& fieldPlus1, bool upper, const CVGradientWorld& gradient,
            const CVDifferenceWorld& difference, const CVFloatWorld& field0Copy,
-           const CVFloatWorld& prepared, CVFloatWorld& output, long firstRow, long rowCount) {
+           const CVFloatWorld& prepared, CVFloatWorld& output, long firstRow, long rowCount,
+           const MergeRowHook* beforeRow) {
     MergeWith(MergeKernelsFor(cpu_has_simd()), settings, field0, fieldPlus1, upper, gradient,
-              difference, field0Copy, prepared, output, firstRow, rowCount);
+              difference, field0Copy, prepared, output, firstRow, rowCount, beforeRow);
 }
 
 void MergeWith(const MergeKernels& kernels, const RenderSettings& settings,
                const CVFloatWorld& field0, const CVFloatWorld& fieldPlus1, bool upper,
                const CVGradientWorld& gradient, const CVDifferenceWorld& difference,
                const CVFloatWorld& field0Copy, const CVFloatWorld& prepared,
-               CVFloatWorld& output, long firstRow, long rowCount) {
+               CVFloatWorld& output, long firstRow, long rowCount,
+               const MergeRowHook* beforeRow) {
     const long W = field0.width();
     const long endRow = firstRow + rowCount;
     Check(firstRow >= 0 && rowCount >= 0, "negative row range");
@@ -215,5 +217,8 @@ void MergeWith(const MergeKernels& kernels, const RenderSettings& settings,
 
     const Walk w{kernels, settings, field0,   fieldPlus1, upper, gradient, difference,
                  field0Copy, prepared, output, W, endRow};
-    for (long y = firstRow; y < endRow - 1; ++y) MergeRow(w, y);
+    for (long y = firstRow; y < endRow - 1; ++y) {
+        if (beforeRow != nullptr) (*beforeRow)(y);
+        MergeRow(w, y);
+    }
 }

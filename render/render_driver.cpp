@@ -374,9 +374,13 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
         box_filter_vertical(prepB, prepA, kPrepVerticalRadius);
 
         // The blend of both fields' frames is built where the merge wants
-        // its base, in one pass; the views that need no base never read it,
-        // and the ones that show `result` build it anew.
-        BuildBlendedFrame(field0, fieldPlus1, upper, out);
+        // its base; the views that need no base never read it, and the ones
+        // that show `result` build it anew. The "Result" walk rebuilds every
+        // line below a Field 0 line whole (its segments join from column 0
+        // to the width), so it gets its base row by row inside the walk
+        // (below); the other views keep parts of the base below.
+        const bool baseByRow = settings.show == kShowResult;
+        if (!baseByRow) BuildBlendedFrame(field0, fieldPlus1, upper, out);
 
         CVDifferenceWorld difference(W, HL);
         RequireImage(difference);
@@ -435,7 +439,25 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
         if (settings.show == kShowSource || settings.show == kShowVectorMagnitudes)
             out.fill(CVFloatWorld::tPixel{1.0f, 0.0f, 0.0f, 0.0f});
 
-        Merge(settings, field0, fieldPlus1, upper, gradient, difference, field0Copy, prepA, out, 0, h0);
+        if (!baseByRow) {
+            Merge(settings, field0, fieldPlus1, upper, gradient, difference, field0Copy, prepA, out, 0, h0);
+        } else {
+            // Field row y's walk blends its own line r0 with the base and
+            // writes every real pixel of the line below; only that line's
+            // row padding (which the 16-bit output reads for an odd width)
+            // keeps the base. The rows the walk never reaches are built
+            // first.
+            const A_long offset = upper ? 0 : 1;
+            BuildBlendedRows(field0, fieldPlus1, upper, out, 0, offset, 0);
+            BuildBlendedRows(field0, fieldPlus1, upper, out, 2 * (h0 - 1) + offset, H, 0);
+            const MergeRowHook baseRows = [&](long y) {
+                const A_long r0 = 2 * static_cast<A_long>(y) + offset;
+                BuildBlendedRows(field0, fieldPlus1, upper, out, r0, r0 + 1, 0);
+                BuildBlendedRows(field0, fieldPlus1, upper, out, r0 + 1, r0 + 2, W);
+            };
+            Merge(settings, field0, fieldPlus1, upper, gradient, difference, field0Copy, prepA, out, 0, h0,
+                  &baseRows);
+        }
     }
 
     if (settings.deartifacting != 1) {

@@ -68,8 +68,20 @@ TEST_F(FieldFramesTest, BlendedFrameInOnePassEqualsBuildingAndBlending)
                 BuildFrameFromField(field, a, upper);
                 BuildFrameFromField(other, want, !upper);
                 a.blend_over(want, 0.5f);
+                const std::vector<float> before = Snapshot(got);
                 BuildBlendedFrame(field, other, upper, got);
                 ASSERT_TRUE(SameBits(Snapshot(got), Snapshot(want))) << width << "x" << H << " upper " << upper;
+                // Row by row, from a column on: those pixels as in the whole
+                // frame (padding included), every other one left alone.
+                Restore(before, got);
+                const long first = 1, column = 2;
+                for (long r = first; r < H; ++r) BuildBlendedRows(field, other, upper, got, r, r + 1, column);
+                const std::vector<float> rows = Snapshot(got), whole = Snapshot(want);
+                const size_t rowFloats = got.rowbytes() / sizeof(float);
+                for (size_t i = 0; i < rows.size(); ++i) {
+                    const bool built = static_cast<long>(i / rowFloats) >= first && i % rowFloats >= 4 * column;
+                    ASSERT_TRUE(SameBits({rows[i]}, {built ? whole[i] : before[i]})) << "float " << i;
+                }
             }
 }
 
