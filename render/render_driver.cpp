@@ -307,8 +307,15 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
         return;
     }
 
+    // A frame-sized image for the paths that show a built frame; the full
+    // "Result" never needs it, so it is allocated on first use only (an
+    // idle frame-sized block would keep the host's recycled memory from the
+    // images that are used).
     CVFloatWorld result;
-    MakeImage(result, W, H);
+    auto resultFrame = [&]() -> CVFloatWorld& {
+        if (result.data_ptr() == nullptr) MakeImage(result, W, H);
+        return result;
+    };
     const FieldSelection sel =
         SelectFields(FieldNumber(in_data->current_time, in_data->time_scale, settings.sourceRate),
                      settings.fieldOrder, in_data->extent_hint.top);
@@ -347,10 +354,10 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
     MakeImage(out, W, H);
 
     if (!settings.deinterlace) {
-        result.copy_from_PF_World(*input, &E);
+        resultFrame().copy_from_PF_World(*input, &E);
         result.copy_into(out);
     } else if (!full) {
-        BuildFrameFromField(field0, result, upper);
+        BuildFrameFromField(field0, resultFrame(), upper);
     }
 
     if (!full) {
@@ -389,7 +396,7 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
             difference.Compute(upper, fieldMinus2, fieldMinus1, field0, fieldPlus1);
             if (settings.show == kShowDifference) {
                 difference.DrawInto(field0);
-                BuildFrameFromField(field0, result, upper);
+                BuildFrameFromField(field0, resultFrame(), upper);
                 WriteOutput(result, *input, *output, E);
                 return;
             }
@@ -401,24 +408,24 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
             fieldMinus2.blend_over(fieldMinus1, 0.5f);
             fieldPlus1.blend_over(field0, 0.5f);
             fieldMinus1.blend_over(field0, 0.5f);
-            BuildFrameFromField(field0, result, upper);
+            BuildFrameFromField(field0, resultFrame(), upper);
             WriteOutput(result, *input, *output, E);
             return;
         case kShowFieldMinus2:
             // Built with Field 0's parity flag, as the view has always shown it.
-            BuildFrameFromField(fieldMinus2, result, upper);
+            BuildFrameFromField(fieldMinus2, resultFrame(), upper);
             WriteOutput(result, *input, *output, E);
             return;
         case kShowFieldMinus1:
-            BuildFrameFromField(fieldMinus1, result, !upper);
+            BuildFrameFromField(fieldMinus1, resultFrame(), !upper);
             WriteOutput(result, *input, *output, E);
             return;
         case kShowField0:
-            BuildFrameFromField(field0, result, upper);
+            BuildFrameFromField(field0, resultFrame(), upper);
             WriteOutput(result, *input, *output, E);
             return;
         case kShowFieldPlus1:
-            BuildFrameFromField(fieldPlus1, result, !upper);
+            BuildFrameFromField(fieldPlus1, resultFrame(), !upper);
             WriteOutput(result, *input, *output, E);
             return;
         default:
@@ -431,7 +438,7 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
         gradient.Compute(field0);
         if (settings.show == kShowGradient) {
             gradient.DrawInto(fieldPlus1);
-            BuildFrameFromField(fieldPlus1, result, !upper);
+            BuildFrameFromField(fieldPlus1, resultFrame(), !upper);
             WriteOutput(result, *input, *output, E);
             return;
         }
