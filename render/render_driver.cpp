@@ -376,9 +376,11 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
         const CVFloatWorld& field0Copy = field0;
         CVFloatWorld prepA, prepB;
         MakeImage(prepA, W, h0);
-        MakeImage(prepB, W, h0);
-        box_filter_horizontal(field0Copy, prepB, settings.patternSize);
-        box_filter_vertical(prepB, prepA, kPrepVerticalRadius);
+        if (!box_filter_horizontal_vertical(field0Copy, prepA, settings.patternSize, kPrepVerticalRadius)) {
+            MakeImage(prepB, W, h0);
+            box_filter_horizontal(field0Copy, prepB, settings.patternSize);
+            box_filter_vertical(prepB, prepA, kPrepVerticalRadius);
+        }
 
         // The blend of both fields' frames is built where the merge wants
         // its base; the views that need no base never read it, and the ones
