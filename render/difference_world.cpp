@@ -74,11 +74,18 @@ void RampRow(const Ramps& ramps, const CVFloatWorld& P, const CVFloatWorld& R, A
         const __m128 d = _mm_mul_ps(_mm_and_ps(_mm_sub_ps(pv, qv), signless), half);
         const __m128 below = _mm_cmplt_ps(d, low);
         const __m128 above = _mm_cmpgt_ps(d, high);
-        const __m128 sameMid = _mm_add_ps(_mm_div_ps(_mm_sub_ps(low, d), span), one);
-        const __m128 changedMid = _mm_div_ps(_mm_sub_ps(d, low), span);
+        const __m128 outside = _mm_or_ps(below, above);
         // same: 1 below, 0 above, the ramp between; changed: 0 below, 1 above.
-        const __m128 s = _mm_or_ps(_mm_and_ps(below, one), _mm_andnot_ps(_mm_or_ps(below, above), sameMid));
-        const __m128 c = _mm_or_ps(_mm_and_ps(above, one), _mm_andnot_ps(_mm_or_ps(below, above), changedMid));
+        __m128 s = _mm_and_ps(below, one);
+        __m128 c = _mm_and_ps(above, one);
+        // Most differences lie off the ramp; its divisions are worked out
+        // only when some lane lies on it (NaN counts as on it, as before).
+        if (_mm_movemask_ps(outside) != 0xF) {
+            const __m128 sameMid = _mm_add_ps(_mm_div_ps(_mm_sub_ps(low, d), span), one);
+            const __m128 changedMid = _mm_div_ps(_mm_sub_ps(d, low), span);
+            s = _mm_or_ps(s, _mm_andnot_ps(outside, sameMid));
+            c = _mm_or_ps(c, _mm_andnot_ps(outside, changedMid));
+        }
         _mm_storeu_ps(same + x, s);
         _mm_storeu_ps(changed + x, c);
     }
