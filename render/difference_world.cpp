@@ -49,12 +49,65 @@ struct Evidence {
     float still;
 };
 
+// The host's integer values as the float image holds them (the image
+// core's conversion: one float multiplication per value).
+constexpr float kFrom8 = 0.003921569f;   // 0x3B808081
+constexpr float kFrom16 = 3.0517578e-5f;  // 1 / 32768
+
+// Four pixels, one per vector in channel order, from x on of row y of a
+// field, and the pixel value of one.
+inline void Pixels4(const FieldRows& f, const float* row, const char* layerRow, A_long x, __m128& p0, __m128& p1,
+                    __m128& p2, __m128& p3)
+{
+    if (row != nullptr) {
+        p0 = _mm_loadu_ps(row + 4 * x);
+        p1 = _mm_loadu_ps(row + 4 * x + 4);
+        p2 = _mm_loadu_ps(row + 4 * x + 8);
+        p3 = _mm_loadu_ps(row + 4 * x + 12);
+        return;
+    }
+    const __m128i zero = _mm_setzero_si128();
+    if (f.deep) {
+        const __m128 k = _mm_set1_ps(kFrom16);
+        const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(layerRow + 8 * x));
+        const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(layerRow + 8 * x + 16));
+        p0 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpacklo_epi16(a, zero)), k);
+        p1 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpackhi_epi16(a, zero)), k);
+        p2 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpacklo_epi16(b, zero)), k);
+        p3 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpackhi_epi16(b, zero)), k);
+    } else {
+        const __m128 k = _mm_set1_ps(kFrom8);
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(layerRow + 4 * x));
+        const __m128i lo = _mm_unpacklo_epi8(bytes, zero);
+        const __m128i hi = _mm_unpackhi_epi8(bytes, zero);
+        p0 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpacklo_epi16(lo, zero)), k);
+        p1 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpackhi_epi16(lo, zero)), k);
+        p2 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpacklo_epi16(hi, zero)), k);
+        p3 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpackhi_epi16(hi, zero)), k);
+    }
+}
+
+inline float PixelValue(const FieldRows& f, const float* row, const char* layerRow, A_long x)
+{
+    float c[4];
+    for (int i = 1; i < 4; ++i) {
+        if (row != nullptr)
+            c[i] = row[4 * x + i];
+        else if (f.deep)
+            c[i] = static_cast<float>(reinterpret_cast<const A_u_short*>(layerRow)[4 * x + i]) * kFrom16;
+        else
+            c[i] = static_cast<float>(reinterpret_cast<const A_u_char*>(layerRow)[4 * x + i]) * kFrom8;
+    }
+    return (c[1] + c[2] + c[3]) * kThird;
+}
+
 // Same and changed ramps of half the value difference of P and R along one
 // field row. Four pixels at a time, each lane doing the scalar operations.
-void RampRow(const Ramps& ramps, const CVFloatWorld& P, const CVFloatWorld& R, A_long y, A_long width,
+void RampRow(const Ramps& ramps, const FieldRows& P, const CVFloatWorld& R, A_long y, A_long width,
              float* same, float* changed)
 {
-    const float* p = P.data_row_ptr(y);
+    const float* p = P.image != nullptr ? P.image->data_row_ptr(y) : nullptr;
+    const char* layerRow = P.image != nullptr ? nullptr : P.first + y * P.pitch;
     const float* q = R.data_row_ptr(y);
     A_long x = 0;
     const __m128 third = _mm_set1_ps(kThird);
@@ -64,8 +117,9 @@ void RampRow(const Ramps& ramps, const CVFloatWorld& P, const CVFloatWorld& R, A
     const __m128 high = _mm_set1_ps(ramps.high);
     const __m128 span = _mm_set1_ps(ramps.high - ramps.low);
     const __m128 one = _mm_set1_ps(1.0f);
-    for (; x + 4 <= width; x += 4, p += 16, q += 16) {
-        __m128 p0 = _mm_loadu_ps(p), p1 = _mm_loadu_ps(p + 4), p2 = _mm_loadu_ps(p + 8), p3 = _mm_loadu_ps(p + 12);
+    for (; x + 4 <= width; x += 4, q += 16) {
+        __m128 p0, p1, p2, p3;
+        Pixels4(P, p, layerRow, x, p0, p1, p2, p3);
         __m128 q0 = _mm_loadu_ps(q), q1 = _mm_loadu_ps(q + 4), q2 = _mm_loadu_ps(q + 8), q3 = _mm_loadu_ps(q + 12);
         _MM_TRANSPOSE4_PS(p0, p1, p2, p3);  // now one channel each
         _MM_TRANSPOSE4_PS(q0, q1, q2, q3);
@@ -89,8 +143,8 @@ void RampRow(const Ramps& ramps, const CVFloatWorld& P, const CVFloatWorld& R, A
         _mm_storeu_ps(same + x, s);
         _mm_storeu_ps(changed + x, c);
     }
-    for (; x < width; ++x, p += 4, q += 4) {
-        const float d = Diff((q[1] + q[2] + q[3]) * kThird, (p[1] + p[2] + p[3]) * kThird);
+    for (; x < width; ++x, q += 4) {
+        const float d = Diff((q[1] + q[2] + q[3]) * kThird, PixelValue(P, p, layerRow, x));
         same[x] = ramps.Same(d);
         changed[x] = ramps.Changed(d);
     }
@@ -286,9 +340,23 @@ void CVDifferenceWorld::Compute(bool upper, const CVFloatWorld& fieldMinus2, con
     ApplyMotionCurve();
 }
 
+void CVDifferenceWorld::Compute(bool upper, const FieldRows& fieldMinus2, const FieldRows& fieldMinus1,
+                                const CVFloatWorld& field0, const CVFloatWorld& fieldPlus1)
+{
+    ComputeEvidence(upper, fieldMinus2, fieldMinus1, field0, fieldPlus1);
+    Smooth();
+    ApplyMotionCurve();
+}
+
 void CVDifferenceWorld::ComputeEvidence(bool upper, const CVFloatWorld& fieldMinus2,
                                         const CVFloatWorld& fieldMinus1, const CVFloatWorld& field0,
                                         const CVFloatWorld& fieldPlus1)
+{
+    ComputeEvidence(upper, FieldRows::Of(fieldMinus2), FieldRows::Of(fieldMinus1), field0, fieldPlus1);
+}
+
+void CVDifferenceWorld::ComputeEvidence(bool upper, const FieldRows& fieldMinus2, const FieldRows& fieldMinus1,
+                                        const CVFloatWorld& field0, const CVFloatWorld& fieldPlus1)
 {
     const A_long w = width;
     const A_long h = height;

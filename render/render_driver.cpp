@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -332,17 +333,39 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
     CVFloatWorld fields[6];
     bool wanted[6] = {false, false, true, true, false, false};
     if (full && settings.deinterlace) wanted[sel.minus2] = wanted[sel.minus1] = wanted[sel.plus1] = true;
+    // "Result" reads Field -2 and Field -1 only through the motion map, which
+    // takes their rows straight from the checked-out layers: those two are
+    // never made as images, and their checkouts are held until the map is.
+    const bool comparedInLayers = full && settings.deinterlace && settings.show == kShowResult;
+    FieldRows inLayer[6];
+    std::optional<LayerCheckout> held[3];
     {
         const SourceFrameTimes times = SourceTimes(in_data->current_time, in_data->time_scale, settings.sourceRate);
         // A time outside the layer may come back empty; the current frame
         // stands in for it.
         auto fetch = [&](A_long time, A_long upperIndex) {
-            LayerCheckout checkout(in_data, time);
+            std::optional<LayerCheckout>& checkout = held[upperIndex / 2];
+            checkout.emplace(in_data, time);
+            const PF_LayerDef& layer = Covers(checkout->layer(), E) ? checkout->layer() : *input;
+            bool keep = false;
+            for (A_long i = upperIndex; i < upperIndex + 2; ++i) {
+                if (!comparedInLayers || !wanted[i] || (i != sel.minus2 && i != sel.minus1)) continue;
+                wanted[i] = false;
+                keep = true;
+                FieldRows& f = inLayer[i];
+                f.deep = IsDeep(layer);
+                f.pitch = 2 * static_cast<std::ptrdiff_t>(layer.rowbytes);
+                f.first = reinterpret_cast<const char*>(layer.data) +
+                          static_cast<std::ptrdiff_t>(E.top + (i - upperIndex)) * layer.rowbytes +
+                          static_cast<std::ptrdiff_t>(E.left) * (f.deep ? 8 : 4);
+                f.rows = i == upperIndex ? HU : HL;
+            }
             CVFloatWorld* upperField = wanted[upperIndex] ? &fields[upperIndex] : nullptr;
             CVFloatWorld* lowerField = wanted[upperIndex + 1] ? &fields[upperIndex + 1] : nullptr;
             if (upperField != nullptr) MakeImage(*upperField, W, HU);
             if (lowerField != nullptr) MakeImage(*lowerField, W, HL);
-            ConvertIntoFields(Covers(checkout.layer(), E) ? checkout.layer() : *input, E, upperField, lowerField);
+            ConvertIntoFields(layer, E, upperField, lowerField);
+            if (!keep) checkout.reset();
         };
         fetch(times.current, 2);
         fetch(times.next, 4);
@@ -395,7 +418,12 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
         RequireImage(difference);
         if (settings.show != kShowGradient) {
             difference.SetParameters(settings.diffLow, settings.diffHigh, settings.diffSpread, settings.motionAdjust);
-            difference.Compute(upper, fieldMinus2, fieldMinus1, field0, fieldPlus1);
+            if (comparedInLayers) {
+                difference.Compute(upper, inLayer[sel.minus2], inLayer[sel.minus1], field0, fieldPlus1);
+                for (auto& checkout : held) checkout.reset();
+            } else {
+                difference.Compute(upper, fieldMinus2, fieldMinus1, field0, fieldPlus1);
+            }
             if (settings.show == kShowDifference) {
                 difference.DrawInto(field0);
                 BuildFrameFromField(field0, resultFrame(), upper);
