@@ -87,11 +87,11 @@ inline __m128 RowValue(const RowSource& s, std::ptrdiff_t k, __m128 half)
 
 void BuildBlendedFrame(const CVFloatWorld& field, const CVFloatWorld& other, bool upper, CVFloatWorld& frame)
 {
-    BuildBlendedRows(field, other, upper, frame, 0, frame.height(), 0);
+    BuildBlendedRows(field, other, upper, frame, 0, frame.height(), 0, nullptr);
 }
 
 void BuildBlendedRows(const CVFloatWorld& field, const CVFloatWorld& other, bool upper, CVFloatWorld& frame,
-                      A_long rowFirst, A_long rowEnd, A_long columnFirst)
+                      A_long rowFirst, A_long rowEnd, A_long columnFirst, const float* onlyWhere)
 {
     const A_long frameH = frame.height();
     if (field.height() <= 0 || other.height() <= 0 || frameH <= 0) return;
@@ -110,8 +110,11 @@ void BuildBlendedRows(const CVFloatWorld& field, const CVFloatWorld& other, bool
         const RowSource b = SourceOfRow(other, frameH, !upper, r);
         float* d = frame.data_row_ptr(r);
         std::ptrdiff_t k = firstFloat;
-        for (; k < blendFloats; k += 4)
+        const std::ptrdiff_t maskedFloats = onlyWhere != nullptr ? static_cast<std::ptrdiff_t>(frame.width()) * 4 : 0;
+        for (; k < blendFloats; k += 4) {
+            if (k < maskedFloats && onlyWhere[k / 4] == 0.0f) continue;
             _mm_storeu_ps(d + k, _mm_add_ps(_mm_mul_ps(RowValue(a, k, half), t), _mm_mul_ps(RowValue(b, k, half), u)));
+        }
         for (; k < rowFloats; k += 4) _mm_storeu_ps(d + k, RowValue(b, k, half));
     }
 }

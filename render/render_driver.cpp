@@ -489,7 +489,10 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
             BuildBlendedRows(field0, fieldPlus1, upper, out, 2 * (h0 - 1) + offset, H, 0);
             const MergeRowHook baseRows = [&](long y) {
                 const A_long r0 = 2 * static_cast<A_long>(y) + offset;
-                BuildBlendedRows(field0, fieldPlus1, upper, out, r0, r0 + 1, 0);
+                // A still pixel of the line takes Field 0's pixel, so only
+                // the moving ones need the base.
+                BuildBlendedRows(field0, fieldPlus1, upper, out, r0, r0 + 1, 0,
+                                 difference.row_ptr(static_cast<A_long>(y)));
                 BuildBlendedRows(field0, fieldPlus1, upper, out, r0 + 1, r0 + 2, W);
             };
             Merge(settings, field0, fieldPlus1, upper, gradient, difference, field0Copy, prepA, out, 0, h0,
