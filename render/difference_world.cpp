@@ -402,23 +402,25 @@ void CVDifferenceWorld::ComputeEvidence(bool upper, const FieldRows& fieldMinus2
     const Ramps ramps{lowThreshold_, highThreshold_};
     const A_long r = upper ? 0 : 1;
 
-    // Ramps of the two field pairs along the rows one map row needs: Field -1
-    // against Field +1 on the map row, and Field -2 against Field 0 on the
-    // rows below and above. Each Field -2 / Field 0 row serves two map rows
-    // two apart, so the last three are kept (slot = row mod 3).
-    CVSingleFloatWorld rows(w, 14);
+    // Evidence of the two field pairs along the rows one map row needs:
+    // Field -1 against Field +1 on the map row, and Field -2 against Field 0
+    // on the rows below and above. Each Field -2 / Field 0 row serves two map
+    // rows two apart, so the evidence of the last three is kept (slot = row
+    // mod 3).
+    CVSingleFloatWorld rows(w, 12);
     RequireImage(rows);
-    float* nearSame = rows.row_ptr(0);
-    float* nearChanged = rows.row_ptr(1);
-    float* farSame[3] = {rows.row_ptr(2), rows.row_ptr(4), rows.row_ptr(6)};
-    float* farChanged[3] = {rows.row_ptr(3), rows.row_ptr(5), rows.row_ptr(7)};
+    float* same = rows.row_ptr(0);
+    float* changed = rows.row_ptr(1);
+    float* nearMoved = rows.row_ptr(2);
+    float* nearStill = rows.row_ptr(3);
+    float* farMoved[3] = {rows.row_ptr(4), rows.row_ptr(6), rows.row_ptr(8)};
+    float* farStill[3] = {rows.row_ptr(5), rows.row_ptr(7), rows.row_ptr(9)};
     A_long farRow[3] = {-1, -1, -1};
-    float* moved[3] = {rows.row_ptr(8), rows.row_ptr(10), rows.row_ptr(12)};
-    float* still[3] = {rows.row_ptr(9), rows.row_ptr(11), rows.row_ptr(13)};
-    auto farRamps = [&](A_long q) {
+    auto farEvidence = [&](A_long q) {
         const A_long slot = q % 3;
         if (farRow[slot] != q) {
-            RampRow(ramps, fieldMinus2, field0, q, w, farSame[slot], farChanged[slot]);
+            RampRow(ramps, fieldMinus2, field0, q, w, same, changed);
+            EvidenceRow(spread_, w, same, changed, farMoved[slot], farStill[slot]);
             farRow[slot] = q;
         }
         return slot;
@@ -428,17 +430,21 @@ void CVDifferenceWorld::ComputeEvidence(bool upper, const FieldRows& fieldMinus2
         // The evidence row carries the lower-field offset; the neighbour
         // rows carry it twice (once in the row asked for, once inside the
         // evidence), which is the behaviour the render relies on.
-        RampRow(ramps, fieldMinus1, fieldPlus1, Clamp(y + r, 0, h - 1), w, nearSame, nearChanged);
-        EvidenceRow(spread_, w, nearSame, nearChanged, moved[0], still[0]);
+        RampRow(ramps, fieldMinus1, fieldPlus1, Clamp(y + r, 0, h - 1), w, same, changed);
+        EvidenceRow(spread_, w, same, changed, nearMoved, nearStill);
         const bool hasBelow = r + y + 1 < h;
         const bool hasAbove = r + y - 1 >= 0;
+        float* moved[3] = {nearMoved, nullptr, nullptr};
+        float* still[3] = {nearStill, nullptr, nullptr};
         if (hasBelow) {
-            const A_long slot = farRamps(Clamp(r + y + 1 + r, 0, h - 1));
-            EvidenceRow(spread_, w, farSame[slot], farChanged[slot], moved[1], still[1]);
+            const A_long slot = farEvidence(Clamp(r + y + 1 + r, 0, h - 1));
+            moved[1] = farMoved[slot];
+            still[1] = farStill[slot];
         }
         if (hasAbove) {
-            const A_long slot = farRamps(Clamp(r + y - 1 + r, 0, h - 1));
-            EvidenceRow(spread_, w, farSame[slot], farChanged[slot], moved[2], still[2]);
+            const A_long slot = farEvidence(Clamp(r + y - 1 + r, 0, h - 1));
+            moved[2] = farMoved[slot];
+            still[2] = farStill[slot];
         }
         CombineEvidence(w, moved, still, hasBelow, hasAbove, row_ptr(y));
     }
