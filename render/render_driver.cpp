@@ -309,9 +309,7 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
     }
 
     // A frame-sized image for the paths that show a built frame; the full
-    // "Result" never needs it, so it is allocated on first use only (an
-    // idle frame-sized block would keep the host's recycled memory from the
-    // images that are used).
+    // "Result" never needs it, so it is allocated on first use only.
     CVFloatWorld result;
     auto resultFrame = [&]() -> CVFloatWorld& {
         if (result.data_ptr() == nullptr) MakeImage(result, W, H);
