@@ -51,6 +51,7 @@ struct Options {
     std::optional<long long> frames;
     int threads = 0;  // 0: decoding, the effect and encoding on threads of their own; 1: all on one
     bool overwrite = false;
+    bool force = false;  // convert a source that looks progressive, or a still image
     bool quiet = false;
     std::string module;  // empty: TESSEN_MODULE or the built-in path
 };
