@@ -22,6 +22,15 @@ CVGradientWorld::~CVGradientWorld() = default;
 
 namespace {
 
+// +1 where the second difference rises through zero, -1 where it falls;
+// zero on either side makes no edge.
+inline float SignChange(float before, float next)
+{
+    if (before < 0.0f && next > 0.0f) return 1.0f;
+    if (before > 0.0f && next < 0.0f) return -1.0f;
+    return 0.0f;
+}
+
 // One row, pass by pass, each in place over the image row.
 void EdgesOfRow(const float* src, float* row, A_long w, float threshold)
 {
@@ -49,13 +58,7 @@ void EdgesOfRow(const float* src, float* row, A_long w, float threshold)
     before = row[0];
     for (A_long x = 1; x < w - 1; ++x) {
         const float current = row[x];
-        const float next = row[x + 1];
-        float e = 0.0f;
-        if (before < 0.0f && next > 0.0f)
-            e = 1.0f;
-        else if (before > 0.0f && next < 0.0f)
-            e = -1.0f;
-        row[x] = e;
+        row[x] = SignChange(before, row[x + 1]);
         before = current;
     }
 }
@@ -107,15 +110,7 @@ void EdgesOfRow4(const float* src, float* row, A_long w, float threshold, float*
         const __m128 fall = _mm_and_ps(_mm_cmpgt_ps(before, zero), _mm_cmplt_ps(next, zero));
         _mm_storeu_ps(row + x, _mm_or_ps(_mm_and_ps(rise, one), _mm_and_ps(fall, minusOne)));
     }
-    for (; x < w - 1; ++x) {
-        const float before = a[x - 1], next = a[x + 1];
-        float e = 0.0f;
-        if (before < 0.0f && next > 0.0f)
-            e = 1.0f;
-        else if (before > 0.0f && next < 0.0f)
-            e = -1.0f;
-        row[x] = e;
-    }
+    for (; x < w - 1; ++x) row[x] = SignChange(a[x - 1], a[x + 1]);
 }
 
 }  // namespace
