@@ -213,6 +213,10 @@ int run_render(const Options& o) {
         pr.check = check_interrupt;
         processes = render_in_processes(pr);
         k = processes.end_k;
+        if (!processes.not_started.empty()) {
+            say(o.quiet, "note: rendering in one process: " + processes.not_started);
+            jobs = 1;
+        }
     }
     for (; jobs == 1; ++k) {
         check_interrupt();

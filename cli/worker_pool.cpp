@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/socket.h>
@@ -134,7 +135,16 @@ ProcessRenderResult render_in_processes(const ProcessRender& r) {
     // frames per output frame, plus one back and two ahead).
     const size_t in_count = static_cast<size_t>(3 * kPerProcess * n / 2 + 6);
     const size_t out_count = static_cast<size_t>(kPerProcess * n);
-    SharedFrames shared(frame_bytes, in_count + out_count);
+    ProcessRenderResult result;
+    result.end_k = r.first_k;
+    std::unique_ptr<SharedFrames> shared_block;
+    try {
+        shared_block = std::make_unique<SharedFrames>(frame_bytes, in_count + out_count);
+    } catch (const CliError& e) {
+        result.not_started = e.what();
+        return result;
+    }
+    SharedFrames& shared = *shared_block;
     std::vector<InSlot> in_slots(in_count);
     std::vector<int> free_out;
     for (size_t i = 0; i < out_count; ++i) free_out.push_back(static_cast<int>(in_count + i));
@@ -178,7 +188,6 @@ ProcessRenderResult render_in_processes(const ProcessRender& r) {
     int64_t next_k = r.first_k, write_k = r.first_k;
     bool at_end = false, failed = false;
     HostFrame out;
-    ProcessRenderResult result;
 
     // Hands out output frame next_k if a process and the slots are free;
     // false when it has to wait.
@@ -312,12 +321,14 @@ ProcessRenderResult render_in_processes(const ProcessRender& r) {
     for (size_t i = 0; i < procs.all.size(); ++i) {
         Process& p = procs.all[i];
         Message m;
-        for (;;) {
-            pollfd pfd{p.fd, POLLIN, 0};
-            if (::poll(&pfd, 1, 50) > 0) break;
-            r.check();
-        }
-        if (!receive_message(p.fd, m)) died(i, -1);
+        do {
+            for (;;) {
+                pollfd pfd{p.fd, POLLIN, 0};
+                if (::poll(&pfd, 1, 50) > 0) break;
+                r.check();
+            }
+            if (!receive_message(p.fd, m)) died(i, -1);
+        } while (m.header.kind == Kind::kReady);  // a process that got no frame
         if (m.header.kind == Kind::kFailed) throw Failure(m.header.exit_code, m.text);
         if (m.header.kind != Kind::kClosed) throw CliError("", "an effect process sent a message out of turn");
         Closed c;

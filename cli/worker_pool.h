@@ -35,14 +35,18 @@ struct ProcessRender {
 };
 
 struct ProcessRenderResult {
+    // Why no process was started (memory cannot be shared, e.g. under a file
+    // size limit); the caller renders in its own process. "" when they ran.
+    std::string not_started;
     int64_t end_k = 0;             // one past the last frame written
     std::string leaks;             // what the processes' set-downs found ("" when clean)
     std::vector<int64_t> peak_kb;  // peak resident memory of each process
     size_t shared_bytes = 0;       // frames shared with them
 };
 
-// Renders output frames first_k.. until end_k or the source's end. Failures
-// come as Failure with the exit code tessen reports.
+// Renders output frames first_k.. until end_k or the source's end, unless it
+// cannot start (see not_started; nothing was read then). Failures come as
+// Failure with the exit code tessen reports.
 ProcessRenderResult render_in_processes(const ProcessRender& render);
 
 // The hidden command of an effect process; its descriptors
