@@ -20,6 +20,7 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <sys/resource.h>
 #include <string>
 #include <thread>
 #include <vector>
@@ -260,9 +261,16 @@ int run_render(const Options& o) {
     if (!writer->alpha_notice().empty()) say(o.quiet, "note: " + writer->alpha_notice());
     if (!processes.peak_kb.empty()) {
         const int64_t peak = *std::max_element(processes.peak_kb.begin(), processes.peak_kb.end());
+        rusage self{};
+        getrusage(RUSAGE_SELF, &self);
+        const double own = static_cast<double>(self.ru_utime.tv_sec + self.ru_stime.tv_sec) +
+                           (self.ru_utime.tv_usec + self.ru_stime.tv_usec) / 1e6;
+        char cpu[160];
+        std::snprintf(cpu, sizeof cpu, "; processor time %.2f s in them, %.2f s in tessen itself (decoding, encoding)",
+                      processes.cpu_seconds, own);
         say(o.quiet, "note: " + std::to_string(jobs) + " effect processes, each at most " + std::to_string(peak / 1024) +
                          " MB resident at its peak, and " + std::to_string(processes.shared_bytes >> 20) +
-                         " MB of frames shared with them");
+                         " MB of frames shared with them" + cpu);
     }
     char summary[256];
     std::snprintf(summary, sizeof summary, "wrote %s: %lld frames at %s fps, %.3f s%s", o.output.c_str(),

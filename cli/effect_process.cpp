@@ -101,7 +101,8 @@ int run_effect_process() {
                 const std::string leaks = runner->close();
                 rusage ru{};
                 ::getrusage(RUSAGE_SELF, &ru);
-                Closed c{static_cast<int64_t>(ru.ru_maxrss)};
+                auto seconds = [](const timeval& t) { return static_cast<double>(t.tv_sec) + t.tv_usec / 1e6; };
+                Closed c{static_cast<int64_t>(ru.ru_maxrss), seconds(ru.ru_utime) + seconds(ru.ru_stime)};
                 send_message(fd, Kind::kClosed, -1, &c, sizeof c, leaks);
                 return kExitOk;
             }

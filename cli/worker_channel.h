@@ -60,7 +60,8 @@ struct Job {
 };
 
 struct Closed {
-    int64_t peak_kb;  // the process's peak resident memory
+    int64_t peak_kb;     // the process's peak resident memory
+    double cpu_seconds;  // its processor time, user and system
 };
 
 // Sends one message whole. Throws CliError when the other side is gone.

@@ -334,6 +334,7 @@ ProcessRenderResult render_in_processes(const ProcessRender& r) {
         Closed c;
         std::memcpy(&c, m.body.data(), sizeof c);
         result.peak_kb.push_back(c.peak_kb);
+        result.cpu_seconds += c.cpu_seconds;
         if (!m.text.empty()) result.leaks += "effect process " + std::to_string(i + 1) + ": " + m.text + "\n";
         int status = 0;
         while (::waitpid(p.pid, &status, 0) < 0 && errno == EINTR) {

@@ -41,6 +41,7 @@ struct ProcessRenderResult {
     int64_t end_k = 0;             // one past the last frame written
     std::string leaks;             // what the processes' set-downs found ("" when clean)
     std::vector<int64_t> peak_kb;  // peak resident memory of each process
+    double cpu_seconds = 0;        // processor time of all of them
     size_t shared_bytes = 0;       // frames shared with them
 };
 
