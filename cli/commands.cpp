@@ -21,6 +21,7 @@
 #include <memory>
 #include <new>
 #include <sys/resource.h>
+#include <ctime>
 #include <string>
 #include <thread>
 #include <vector>
@@ -265,9 +266,14 @@ int run_render(const Options& o) {
         getrusage(RUSAGE_SELF, &self);
         const double own = static_cast<double>(self.ru_utime.tv_sec + self.ru_stime.tv_sec) +
                            (self.ru_utime.tv_usec + self.ru_stime.tv_usec) / 1e6;
-        char cpu[160];
-        std::snprintf(cpu, sizeof cpu, "; processor time %.2f s in them, %.2f s in tessen itself (decoding, encoding)",
-                      processes.cpu_seconds, own);
+        timespec main_thread{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &main_thread);
+        char cpu[300];
+        std::snprintf(cpu, sizeof cpu,
+                      "; processor time %.2f s in them, %.2f s in tessen itself (decoding thread %.2f s, "
+                      "encoding thread %.2f s, handing frames out and in %.2f s, FFmpeg's own threads the rest)",
+                      processes.cpu_seconds, own, pipeline.decode_seconds(), pipeline.encode_seconds(),
+                      static_cast<double>(main_thread.tv_sec) + main_thread.tv_nsec / 1e9);
         say(o.quiet, "note: " + std::to_string(jobs) + " effect processes, each at most " + std::to_string(peak / 1024) +
                          " MB resident at its peak, and " + std::to_string(processes.shared_bytes >> 20) +
                          " MB of frames shared with them" + cpu);

@@ -63,16 +63,7 @@ int run_effect_process() {
                                    ", which tessen did not hand to its process");
         };
         runner = std::make_unique<EffectRunner>(setup);
-        EffectParams p;
-        p.deinterlace = s.deinterlace != 0;
-        p.source_video = s.source_video;
-        p.field_order = s.field_order;
-        p.motion = s.motion;
-        p.pattern_size = s.pattern_size;
-        p.deartifact = s.deartifact;
-        p.show = s.show;
-        p.draft = s.draft != 0;
-        runner->set_params(p);
+        runner->set_params(s.params);
         send_message(fd, Kind::kReady, -1, nullptr, 0);
     } catch (const std::bad_alloc&) {
         send_message(fd, Kind::kFailed, -1, nullptr, 0, "out of memory", kExitEffect);

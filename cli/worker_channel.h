@@ -5,9 +5,12 @@
 // structs below.
 #pragma once
 
+#include "cli/effect_runner.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <type_traits>
 
 namespace tessen::cli::worker {
 
@@ -27,6 +30,8 @@ enum class Kind : uint32_t {
     kClosed,     // process -> tessen: Closed, text = what leaked ("" when clean)
 };
 
+static_assert(std::is_trivially_copyable_v<EffectParams>, "the effect's settings travel as they lie in memory");
+
 struct Header {
     Kind kind;
     uint32_t body_size;
@@ -41,9 +46,8 @@ struct Setup {
     int32_t time_step;
     int32_t rate_num, rate_den;
     int64_t layer_frames;
-    uint8_t diagnostic_views, deinterlace, draft;
-    int32_t source_video, field_order, pattern_size, deartifact, show;
-    double motion;
+    uint8_t diagnostic_views;
+    EffectParams params;
     uint64_t frame_bytes;  // one slot of the shared memory
     uint32_t slots;
 };

@@ -97,14 +97,7 @@ Setup setup_message(const ProcessRender& r, size_t frame_bytes, size_t slots) {
     s.rate_den = r.setup.layer_rate.den;
     s.layer_frames = r.setup.layer_frames;
     s.diagnostic_views = r.setup.diagnostic_views;
-    s.deinterlace = r.params.deinterlace;
-    s.draft = r.params.draft;
-    s.source_video = r.params.source_video;
-    s.field_order = r.params.field_order;
-    s.pattern_size = r.params.pattern_size;
-    s.deartifact = r.params.deartifact;
-    s.show = r.params.show;
-    s.motion = r.params.motion;
+    s.params = r.params;
     s.frame_bytes = frame_bytes;
     s.slots = static_cast<uint32_t>(slots);
     return s;
