@@ -132,6 +132,10 @@ int run_render(const Options& o) {
     const int64_t first_k = o.range ? o.range->first : 0;
     int64_t end_k = o.frames ? *o.frames : INT64_MAX;
     if (o.range && o.range->last) end_k = std::min<int64_t>(end_k, *o.range->last + 1);
+    // Which source frame an output frame shows depends on its number and the
+    // plan alone, never on the piece or the process that renders it; a
+    // selection decided from the pictures must be decided from the whole
+    // source, or pieces would not join.
     auto source_frame_of = [&](int64_t k) {
         return source_frame_at(k * plan.time_base.time_step, plan.time_base, plan.layer_rate);
     };
