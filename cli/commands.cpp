@@ -23,7 +23,6 @@
 #include <sys/resource.h>
 #include <ctime>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace tessen::cli {
@@ -200,7 +199,7 @@ int run_render(const Options& o) {
     runner.set_params(params);
     const int64_t to_write = std::min(expected, end_k) - first_k;
     Progress progress(to_write > 0 ? to_write : 1, o.quiet);
-    int jobs = o.jobs ? o.jobs : o.threads == 1 ? 1 : std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+    int jobs = o.jobs ? o.jobs : o.threads == 1 ? 1 : cores_available();
     if (to_write > 0 && jobs > to_write) jobs = static_cast<int>(to_write);
     HostFrame out;
     int64_t k = first_k;

@@ -12,7 +12,9 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <thread>
 #include <poll.h>
+#include <sched.h>
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -119,6 +121,15 @@ struct InSlot {
 };
 
 }  // namespace
+
+int cores_available() {
+#if defined(__linux__)
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    if (::sched_getaffinity(0, sizeof set, &set) == 0 && CPU_COUNT(&set) > 0) return CPU_COUNT(&set);
+#endif
+    return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+}
 
 ProcessRenderResult render_in_processes(const ProcessRender& r) {
     const int n = std::max(1, r.jobs);

@@ -50,6 +50,10 @@ struct ProcessRenderResult {
 // Failure with the exit code tessen reports.
 ProcessRenderResult render_in_processes(const ProcessRender& render);
 
+// The cores this process may run on (its affinity mask, as a batch system
+// such as Slurm sets it), at least 1.
+int cores_available();
+
 // The hidden command of an effect process; its descriptors
 // worker::kChannelFd and worker::kMemoryFd are open.
 int run_effect_process();
