@@ -12,7 +12,7 @@
 # frame counts match. FFmpeg runs with one thread by default, as the effect
 # does; --threads 0 lets it use all cores. FFmpeg discards its frames
 # (-f null); tessen writes FFV1, and the "ffmpeg ffv1 encode" line shows what
-# writing alone costs (--output mov writes ProRes instead, which costs less).
+# writing alone costs (--output mov has tessen write ProRes 422 HQ instead).
 # When tessen knows --threads, a tessen line shows it on one thread (no
 # pipeline); when it knows --jobs, lines with 1 and 2 effect processes follow,
 # each with tessen's own processor time split from its effect processes'.
