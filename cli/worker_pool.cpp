@@ -173,10 +173,17 @@ ProcessRenderResult render_in_processes(const ProcessRender& r) {
             throw;
         }
         ::close(sv[1]);
-        send_message(procs.all.back().fd, Kind::kSetup, -1, &setup, sizeof setup, r.setup.module_path);
     }
 
-    auto died = [&](size_t i, int64_t k) {
+    std::map<int64_t, Pending> pending;
+    // A process that is gone: its end and the frame it was rendering.
+    auto died = [&](size_t i) {
+        int64_t k = -1;
+        for (const auto& [pk, pend] : pending)
+            if (pend.process == i && !pend.done && !pend.failed) {
+                k = pk;
+                break;
+            }
         Process& p = procs.all[i];
         int status = 0;
         while (::waitpid(p.pid, &status, 0) < 0 && errno == EINTR) {
@@ -188,7 +195,17 @@ ProcessRenderResult render_in_processes(const ProcessRender& r) {
         throw Failure(kExitEffect, line);
     };
 
-    std::map<int64_t, Pending> pending;
+    // Sends to process i; one that is gone is reported as such.
+    auto send_to = [&](size_t i, Kind kind, int64_t k, const void* body, size_t size, const std::string& text = "") {
+        try {
+            send_message(procs.all[i].fd, kind, k, body, size, text);
+        } catch (const CliError&) {
+            died(i);
+        }
+    };
+    for (size_t i = 0; i < procs.all.size(); ++i)
+        send_to(i, Kind::kSetup, -1, &setup, sizeof setup, r.setup.module_path);
+
     int64_t next_k = r.first_k, write_k = r.first_k;
     bool at_end = false, failed = false;
     HostFrame out;
@@ -249,9 +266,9 @@ ProcessRenderResult render_in_processes(const ProcessRender& r) {
         }
         pend.out_slot = job.out_slot = free_out.back();
         free_out.pop_back();
-        send_message(procs.all[best].fd, Kind::kJob, next_k, &job, sizeof job);
         ++procs.all[best].in_flight;
         pending[next_k] = std::move(pend);
+        send_to(best, Kind::kJob, next_k, &job, sizeof job);
         source.release_before(cur - 1);
         ++next_k;
         return true;
@@ -299,15 +316,7 @@ ProcessRenderResult render_in_processes(const ProcessRender& r) {
         for (size_t i = 0; ready > 0 && i < fds.size(); ++i) {
             if (fds[i].revents == 0) continue;
             Message m;
-            if (!receive_message(procs.all[i].fd, m)) {
-                int64_t k = -1;
-                for (const auto& [pk, p] : pending)
-                    if (p.process == i && !p.done && !p.failed) {
-                        k = pk;
-                        break;
-                    }
-                died(i, k);
-            }
+            if (!receive_message(procs.all[i].fd, m)) died(i);
             switch (m.header.kind) {
                 case Kind::kReady: break;
                 case Kind::kDone: finish_render(m.header.k, true, 0, ""); break;
@@ -321,7 +330,7 @@ ProcessRenderResult render_in_processes(const ProcessRender& r) {
     }
 
     // Set-downs: each process reports what leaked and how much memory it took.
-    for (Process& p : procs.all) send_message(p.fd, Kind::kClose, -1, nullptr, 0);
+    for (size_t i = 0; i < procs.all.size(); ++i) send_to(i, Kind::kClose, -1, nullptr, 0);
     for (size_t i = 0; i < procs.all.size(); ++i) {
         Process& p = procs.all[i];
         Message m;
@@ -331,7 +340,7 @@ ProcessRenderResult render_in_processes(const ProcessRender& r) {
                 if (::poll(&pfd, 1, 50) > 0) break;
                 r.check();
             }
-            if (!receive_message(p.fd, m)) died(i, -1);
+            if (!receive_message(p.fd, m)) died(i);
         } while (m.header.kind == Kind::kReady);  // a process that got no frame
         if (m.header.kind == Kind::kFailed) throw Failure(m.header.exit_code, m.text);
         if (m.header.kind != Kind::kClosed) throw CliError("", "an effect process sent a message out of turn");
