@@ -9,6 +9,7 @@
 #include "cli/interrupt.h"
 #include "cli/options.h"
 #include "cli/pipeline.h"
+#include "cli/pulldown.h"
 #include "cli/progress.h"
 #include "cli/video_io.h"
 #include "cli/worker_channel.h"
@@ -83,6 +84,42 @@ EffectParams params_for(const Options& o, const ConversionPlan& plan) {
 
 void check_interrupt() {
     if (interrupt_signal()) throw Failure(interrupt_exit_code(), "interrupted; no output written");
+}
+
+// Film frames recovered from 3:2 pulldown, for NTSC converted to 23.976 with
+// the effect's result; none otherwise. At 29.97 a film source is only named.
+std::optional<PulldownPlan> plan_film_frames(const Options& o, const ConversionPlan& plan) {
+    const bool remove = o.pulldown == Pulldown::kRemove;
+    if (o.pulldown == Pulldown::kKeep) return std::nullopt;
+    if (plan.standard != SourceStandard::kNtsc || !o.deinterlace || !o.show.empty()) {
+        if (remove)
+            throw Failure(kExitUsage, "--pulldown remove needs an NTSC source and the effect's result (no --show, "
+                                      "no --no-deinterlace)");
+        return std::nullopt;
+    }
+    if (remove && plan.rate != CompRate::k23_976)
+        throw Failure(kExitUsage, "--pulldown remove gives film frames at 23.976 fps: use --rate 23.976");
+    const int64_t cap = o.frames ? *o.frames : -1;
+    PulldownPlan pd;
+    try {
+        pd = analyse_pulldown(o.input, plan.first_source_frame, cap >= 0 ? cap * 5 / 4 + 4 : -1,
+                              plan.field_order == kUpperFirst, cap);
+    } catch (const CliError& e) {
+        throw Failure(kExitInput, e.what());
+    }
+    if (remove && !pd.found())
+        throw Failure(kExitUnsupported, o.input + ": no 3:2 pulldown found (--pulldown auto or keep renders every "
+                                                  "frame with the effect)");
+    if (plan.rate != CompRate::k23_976) {
+        if (pd.found())
+            say(o.quiet, "note: the source is film with 3:2 pulldown (phase " + std::to_string(pd.phase) +
+                             "): 23.976 fps is its natural output, where its film frames come back exactly "
+                             "(--rate 23.976)");
+        return std::nullopt;
+    }
+    say(o.quiet, pd.summary());
+    if (!pd.found()) return std::nullopt;
+    return pd;
 }
 
 int run_render(const Options& o) {
@@ -186,6 +223,12 @@ int run_render(const Options& o) {
     }
     plan_fields(info, o, need_auto ? &auto_setup : nullptr, plan);
     for (const std::string& n : plan.notes) say(o.quiet, "note: " + n);
+    const std::optional<PulldownPlan> film = plan_film_frames(o, plan);
+    // The recovered film frame for output frame k, if any.
+    auto film_slot = [&](int64_t k) -> const PulldownPlan::Slot* {
+        if (!film || k < 0 || k >= int64_t(film->slots.size()) || !film->slots[size_t(k)].recovered()) return nullptr;
+        return &film->slots[size_t(k)];
+    };
 
     const int64_t expected =
         output_frame_count(setup.layer_frames, plan, o.frames ? std::optional<int64_t>(*o.frames) : std::nullopt);
@@ -230,10 +273,20 @@ int run_render(const Options& o) {
         if (!source.has(cur)) break;
         // The effect looks one source frame back and at most two ahead: decode
         // those now, so read errors surface here and not inside the effect.
+        // Film frames near this one may reach a frame further either way.
         source.has(cur + 2);
-        source.release_before(cur - 1);
+        int64_t keep_from = cur - 1;
+        for (int64_t j = k; j <= k + 2; ++j)
+            if (const PulldownPlan::Slot* s = film_slot(j))
+                keep_from = std::min({keep_from, s->upper_frame, s->lower_frame});
+        source.release_before(keep_from);
         try {
-            runner.render(k, out);
+            if (const PulldownPlan::Slot* s = film_slot(k)) {
+                source.has(std::max(s->upper_frame, s->lower_frame));
+                weave_fields(source.at(s->upper_frame), source.at(s->lower_frame), out);
+            } else {
+                runner.render(k, out);
+            }
         } catch (...) {
             // One thread would have met a failed write of an earlier frame first.
             pipeline.settle();

@@ -152,6 +152,11 @@ const char* help_text() {
            "  --deartifact none|422|311|411  remove chroma fringes of subsampled sources\n"
            "                           (411 also serves 4:2:0)\n"
            "  --no-deinterlace         leave the frames as they are (deartifacting still runs)\n"
+           "  --pulldown auto|remove|keep  film telecined to NTSC by 3:2 pulldown (default auto:\n"
+           "                           where the cadence holds, the film frames are put back\n"
+           "                           together from their fields and the effect renders the\n"
+           "                           rest; remove: the same, an error when there is no\n"
+           "                           cadence; keep: every frame through the effect)\n"
            "  --show VIEW              render a diagnostic view instead of the result: result,\n"
            "                           all-fields, field-2, field-1, field0, field+1, gradient,\n"
            "                           difference, auto-levels, match-points,\n"
@@ -296,6 +301,16 @@ ParseResult parse_command_line(const std::vector<std::string>& args) {
             else if (v == "lower" || v == "bff" || v == "bottom") o.field_order = FieldOrderOpt::kLower;
             else {
                 r.error = "--field-order must be upper or lower (got '" + value + "')";
+                return r;
+            }
+        } else if (opt == "--pulldown") {
+            if (!render_only() || !take()) return r;
+            std::string v = lower(value);
+            if (v == "auto") o.pulldown = Pulldown::kAuto;
+            else if (v == "remove") o.pulldown = Pulldown::kRemove;
+            else if (v == "keep") o.pulldown = Pulldown::kKeep;
+            else {
+                r.error = "--pulldown must be auto, remove or keep (got '" + value + "')";
                 return r;
             }
         } else if (opt == "--motion") {

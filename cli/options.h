@@ -16,6 +16,11 @@ enum class FieldOrderOpt { kUpper, kLower };
 // Values of the effect's "Deartifacting" popup, 1-based as the effect sees them.
 enum class Deartifact { kNone = 1, k422 = 2, k311 = 3, k411 = 4 };
 
+// 3:2 pulldown in NTSC sources: auto recovers the film frames where the
+// cadence holds, remove does too and fails when there is none, keep sends
+// every frame through the effect.
+enum class Pulldown { kAuto, kRemove, kKeep };
+
 // A first source frame given either as an index or as a time in seconds.
 struct StartPoint {
     bool is_time = false;
@@ -43,6 +48,7 @@ struct Options {
     double motion = 20.0;
     int pattern_size = 4;
     Deartifact deartifact = Deartifact::kNone;
+    Pulldown pulldown = Pulldown::kAuto;
     bool deinterlace = true;
     std::string show;  // empty: diagnostic views off
     int show_ordinal = 1;
