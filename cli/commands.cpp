@@ -175,7 +175,9 @@ int run_render(const Options& o) {
     auto source_frame_of = [&](int64_t k) {
         return source_frame_at(k * plan.time_base.time_step, plan.time_base, plan.layer_rate);
     };
-    const int64_t base = first_k > 0 ? std::max<int64_t>(0, source_frame_of(first_k) - 1) : 0;
+    // Two frames more than the effect's look back: a film frame put back
+    // together may take a field from a frame before that.
+    const int64_t base = first_k > 0 ? std::max<int64_t>(0, source_frame_of(first_k) - 3) : 0;
     if (base > 0) {
         try {
             if (reader->skip(plan.first_source_frame + base) < plan.first_source_frame + base)
@@ -229,6 +231,22 @@ int run_render(const Options& o) {
         if (!film || k < 0 || k >= int64_t(film->slots.size()) || !film->slots[size_t(k)].recovered()) return nullptr;
         return &film->slots[size_t(k)];
     };
+    // The first source frame still needed at output frame k: film frames
+    // near it may reach a frame further back.
+    auto keep_from = [&](int64_t k, int64_t cur) {
+        int64_t keep = cur - 1;
+        for (int64_t j = k; j <= k + 2; ++j)
+            if (const PulldownPlan::Slot* s = film_slot(j)) keep = std::min({keep, s->upper_frame, s->lower_frame});
+        return keep;
+    };
+    // Output frame k as a film frame put back together from its fields, when it is one.
+    auto weave_film = [&](int64_t k, HostFrame& f) {
+        const PulldownPlan::Slot* s = film_slot(k);
+        if (!s) return false;
+        source.has(std::max(s->upper_frame, s->lower_frame));
+        weave_fields(source.at(s->upper_frame), source.at(s->lower_frame), f);
+        return true;
+    };
 
     const int64_t expected =
         output_frame_count(setup.layer_frames, plan, o.frames ? std::optional<int64_t>(*o.frames) : std::nullopt);
@@ -257,6 +275,8 @@ int run_render(const Options& o) {
         pr.first_k = first_k;
         pr.end_k = end_k;
         pr.source_frame_of = source_frame_of;
+        pr.made_here = weave_film;
+        pr.keep_from = keep_from;
         pr.written = [&](int64_t done) { progress.update(done - first_k + 1); };
         pr.check = check_interrupt;
         processes = render_in_processes(pr);
@@ -275,18 +295,9 @@ int run_render(const Options& o) {
         // those now, so read errors surface here and not inside the effect.
         // Film frames near this one may reach a frame further either way.
         source.has(cur + 2);
-        int64_t keep_from = cur - 1;
-        for (int64_t j = k; j <= k + 2; ++j)
-            if (const PulldownPlan::Slot* s = film_slot(j))
-                keep_from = std::min({keep_from, s->upper_frame, s->lower_frame});
-        source.release_before(keep_from);
+        source.release_before(keep_from(k, cur));
         try {
-            if (const PulldownPlan::Slot* s = film_slot(k)) {
-                source.has(std::max(s->upper_frame, s->lower_frame));
-                weave_fields(source.at(s->upper_frame), source.at(s->lower_frame), out);
-            } else {
-                runner.render(k, out);
-            }
+            if (!weave_film(k, out)) runner.render(k, out);
         } catch (...) {
             // One thread would have met a failed write of an earlier frame first.
             pipeline.settle();

@@ -105,8 +105,10 @@ Setup setup_message(const ProcessRender& r, size_t frame_bytes, size_t slots) {
     return s;
 }
 
-// A render handed out and not yet written.
+// A render handed out (or a frame made here) and not yet written.
 struct Pending {
+    bool made_here = false;
+    HostFrame frame;  // a frame made here
     size_t process = 0;
     int out_slot = 0;
     std::vector<int> in_slots;
@@ -213,10 +215,8 @@ ProcessRenderResult render_in_processes(const ProcessRender& r) {
     // Hands out output frame next_k if a process and the slots are free;
     // false when it has to wait.
     auto hand_out = [&]() -> bool {
-        size_t best = 0;
-        for (size_t i = 1; i < procs.all.size(); ++i)
-            if (procs.all[i].in_flight < procs.all[best].in_flight) best = i;
-        if (procs.all[best].in_flight >= kPerProcess || free_out.empty()) return false;
+        // Frames waiting to be written stay few, however many are made here.
+        if (pending.size() >= 2 * out_count + 2) return false;
         const int64_t cur = r.source_frame_of(next_k);
         if (!source.has(cur)) {
             at_end = true;
@@ -224,6 +224,19 @@ ProcessRenderResult render_in_processes(const ProcessRender& r) {
         }
         // The effect looks one source frame back and at most two ahead.
         source.has(cur + 2);
+        const int64_t keep = r.keep_from ? r.keep_from(next_k, cur) : cur - 1;
+        Pending made;
+        if (r.made_here && r.made_here(next_k, made.frame)) {
+            made.made_here = made.done = true;
+            pending[next_k] = std::move(made);
+            source.release_before(keep);
+            ++next_k;
+            return true;
+        }
+        size_t best = 0;
+        for (size_t i = 1; i < procs.all.size(); ++i)
+            if (procs.all[i].in_flight < procs.all[best].in_flight) best = i;
+        if (procs.all[best].in_flight >= kPerProcess || free_out.empty()) return false;
         Job job{};
         std::vector<int64_t> resolved;
         for (int64_t i = cur - 1; i <= cur + 2; ++i) {
@@ -269,7 +282,7 @@ ProcessRenderResult render_in_processes(const ProcessRender& r) {
         ++procs.all[best].in_flight;
         pending[next_k] = std::move(pend);
         send_to(best, Kind::kJob, next_k, &job, sizeof job);
-        source.release_before(cur - 1);
+        source.release_before(keep);
         ++next_k;
         return true;
     };
@@ -299,9 +312,13 @@ ProcessRenderResult render_in_processes(const ProcessRender& r) {
                 r.pipeline->settle();
                 throw Failure(it->second.exit_code, it->second.line);
             }
-            out.allocate(r.setup.width, r.setup.height, r.setup.depth);
-            std::memcpy(out.bytes.data(), shared.slot(static_cast<size_t>(it->second.out_slot)), frame_bytes);
-            free_out.push_back(it->second.out_slot);
+            if (it->second.made_here) {
+                std::swap(out, it->second.frame);
+            } else {
+                out.allocate(r.setup.width, r.setup.height, r.setup.depth);
+                std::memcpy(out.bytes.data(), shared.slot(static_cast<size_t>(it->second.out_slot)), frame_bytes);
+                free_out.push_back(it->second.out_slot);
+            }
             pending.erase(it);
             r.pipeline->put(out);
             r.written(write_k);

@@ -30,6 +30,13 @@ struct ProcessRender {
     int64_t first_k = 0;         // first output frame
     int64_t end_k = INT64_MAX;   // first output frame not to render
     std::function<int64_t(int64_t)> source_frame_of;  // the source frame output frame k shows
+    // Output frames made here without the effect (film frames put back
+    // together): fills the frame and returns true; null or false: the
+    // effect renders it.
+    std::function<bool(int64_t, HostFrame&)> made_here;
+    // The first source frame still needed once output frame k, showing
+    // source frame cur, is handed out (null: cur - 1).
+    std::function<int64_t(int64_t k, int64_t cur)> keep_from;
     std::function<void(int64_t)> written;             // output frame k went to the encoder
     std::function<void()> check;                      // throws to stop (an interrupt)
 };

@@ -115,30 +115,45 @@ TEST(CliJobs, AProcessThatDiesOrAnInterruptEndsTheRunAndEveryProcess) {
 
 // Three pieces joined with FFmpeg's concat demuxer, without re-encoding, give
 // the frames of one whole run, the frames at the seams included (their
-// checkouts read the real neighbouring source frames).
+// checkouts read the real neighbouring source frames), and so do effect
+// processes; film recovered from 3:2 pulldown is decided on the whole source
+// alike, in pieces and processes.
 TEST(CliRange, ThreePiecesJoinedWithoutReencodingEqualTheWholeRun) {
     ScratchDir dir;
     const std::string in = make_clip(dir, "in.mkv", 64, 48, "60000/1001", 40,
                                      "-vf tinterlace=mode=interleave_top,setfield=tff");
-    for (const std::string ext : {"mkv", "mov"}) {
-        SCOPED_TRACE(ext);
-        const std::string whole = dir.file("whole." + ext);
-        RunResult r = run_tessen(render(in, whole, {"--jobs", "1"}));
+    // Film telecined (24 frames), then video-origin fields (30 frames).
+    const std::string film = dir.file("film.mkv");
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=96x64:rate=24000/1001 -f lavfi -i testsrc=size=96x64:rate=60000/1001 "
+                       "-filter_complex \"[0:v]format=bgr0,trim=end_frame=24,telecine=pattern=23,setpts=N/(30000/1001)/TB[a];"
+                       "[1:v]format=bgr0,trim=end_frame=60,interlace=scan=tff,setpts=N/(30000/1001)/TB[b];"
+                       "[a][b]concat=n=2:v=1,setfield=tff\" -c:v ffv1 " + film));
+    struct Case {
+        std::string input, ext;
+        size_t frames;
+    };
+    for (const Case& c : {Case{in, "mkv", 32}, Case{in, "mov", 32}, Case{film, "mkv", 48}}) {
+        SCOPED_TRACE(c.input + " to " + c.ext);
+        const std::string whole = dir.file("whole." + c.ext), whole3 = dir.file("whole3." + c.ext);
+        RunResult r = run_tessen(render(c.input, whole, {"--field-order", "upper", "--jobs", "1", "-y"}));
+        ASSERT_EQ(r.exit_code, 0) << r.err;
+        r = run_tessen(render(c.input, whole3, {"--field-order", "upper", "--jobs", "3", "-y"}));
         ASSERT_EQ(r.exit_code, 0) << r.err;
         std::string list;
         const char* pieces[][2] = {{"0-9", "1"}, {"10-20", "2"}, {"21-", "3"}};
         for (const auto& [range, jobs] : pieces) {
-            const std::string piece = dir.file(std::string("piece") + range + "." + ext);
-            r = run_tessen(render(in, piece, {"--range", range, "--jobs", jobs}));
+            const std::string piece = dir.file(std::string("piece") + range + "." + c.ext);
+            r = run_tessen(render(c.input, piece, {"--field-order", "upper", "--range", range, "--jobs", jobs, "-y"}));
             ASSERT_EQ(r.exit_code, 0) << r.err;
             list += "file '" + piece + "'\n";
         }
         std::ofstream(dir.file("list.txt")) << list;
-        const std::string joined = dir.file("joined." + ext);
+        const std::string joined = dir.file("joined." + c.ext);
         ASSERT_TRUE(ffmpeg("-f concat -safe 0 -i " + dir.file("list.txt") + " -c copy " + joined));
         const std::vector<std::string> expected = frame_hashes(whole);
-        ASSERT_EQ(expected.size(), 32u);  // 40 frames at 29.97 -> 23.976
+        ASSERT_EQ(expected.size(), c.frames);  // 40 frames at 29.97 -> 23.976; film 24 + video 24
         EXPECT_EQ(frame_hashes(joined), expected);
+        EXPECT_EQ(frame_hashes(whole3), expected);
     }
     RunResult r = run_tessen(render(in, dir.file("late.mkv"), {"--range", "32-40"}));
     EXPECT_EQ(r.exit_code, 2) << r.err;
