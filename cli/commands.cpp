@@ -5,6 +5,7 @@
 #include "cli/demo.h"
 #include "cli/effect_runner.h"
 #include "cli/exit_codes.h"
+#include "cli/field_analysis.h"
 #include "cli/frame_source.h"
 #include "cli/interrupt.h"
 #include "cli/options.h"
@@ -21,6 +22,7 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <optional>
 #include <sys/resource.h>
 #include <ctime>
 #include <string>
@@ -141,6 +143,16 @@ int run_render(const Options& o) {
     if (Refusal r = plan_rates(info, o, plan))
         throw Failure(r.kind == Refusal::Kind::kUsage ? kExitUsage : kExitUnsupported, o.input + ": " + r.message);
     if (Refusal r = plan_start(info, o, plan)) throw Failure(kExitUsage, o.input + ": " + r.message);
+    // The first frames' pictures and flags, unless the user settled the order.
+    std::optional<FieldAnalysis> fields;
+    if (!o.field_order) {
+        try {
+            fields = analyse_fields(o.input);
+        } catch (const CliError& e) {
+            throw Failure(kExitInput, e.what());
+        }
+        if (Refusal r = refuse_unfielded(*fields, o)) throw Failure(kExitUnsupported, o.input + ": " + r.message);
+    }
 
     // The output is claimed before the long work, so "exists" and "cannot
     // write" show at once.
@@ -223,7 +235,8 @@ int run_render(const Options& o) {
             print_effect_message(stderr, auto_setup.message);
         }
     }
-    plan_fields(info, o, need_auto ? &auto_setup : nullptr, plan);
+    plan_fields(info, o, need_auto ? &auto_setup : nullptr, fields ? &*fields : nullptr, plan);
+    if (need_auto && !auto_setup.succeeded) say(o.quiet, auto_setup_follow_up(info, plan));
     for (const std::string& n : plan.notes) say(o.quiet, "note: " + n);
     const std::optional<PulldownPlan> film = plan_film_frames(o, plan);
     // The recovered film frame for output frame k, if any.
@@ -311,7 +324,7 @@ int run_render(const Options& o) {
     if (k == first_k)
         throw Failure(o.range ? kExitUsage : kExitInput,
                       o.input + (o.range ? ": --range starts beyond the last output frame" : ": no frames to convert"));
-    progress.finish();
+    progress.finish(k - first_k);
 
     std::string leaks = runner.close();
     if (!processes.leaks.empty()) leaks += (leaks.empty() ? "" : "\n") + processes.leaks;
@@ -386,7 +399,7 @@ int run_auto_setup(const Options& o) {
     AutoSetupResult r = runner.press_auto_setup();
     std::string leaks = runner.close();
 
-    std::printf("%s: %dx%d, %s fps, field order %s; composition %s fps\n", o.input.c_str(), info.width, info.height,
+    std::printf("%s: %dx%d, %s fps, tagged %s; composition %s fps\n", o.input.c_str(), info.width, info.height,
                 [&] {
                     static char b[32];
                     std::snprintf(b, sizeof b, "%.3f", info.frame_rate.value());
@@ -405,11 +418,22 @@ int run_auto_setup(const Options& o) {
     std::printf("Field Order: %s\n", r.field_order == kUpperFirst   ? "Upper Field First"
                                      : r.field_order == kLowerFirst ? "Lower Field First"
                                                                     : "?");
-    if (info.field_order == FieldOrder::UpperFirst || info.field_order == FieldOrder::LowerFirst) {
-        const int recorded = info.field_order == FieldOrder::UpperFirst ? kUpperFirst : kLowerFirst;
-        if (recorded != r.field_order)
-            std::printf("note: the file records %s; tessen render uses the file's field order\n",
-                        field_order_name(info.field_order));
+    // What tessen render makes of the file's fields.
+    ConversionPlan plan;
+    if (!plan_rates(info, o, plan)) {
+        FieldAnalysis fields;
+        try {
+            fields = analyse_fields(o.input);
+        } catch (const CliError& e) {
+            throw Failure(kExitInput, e.what());
+        }
+        if (Refusal refusal = refuse_unfielded(fields, o)) {
+            std::printf("note: tessen render refuses it: %s\n", refusal.message.c_str());
+        } else {
+            plan_fields(info, o, &r, &fields, plan);
+            std::printf("note: tessen render uses %s field first, %s\n",
+                        plan.field_order == kUpperFirst ? "upper" : "lower", field_basis_reason(plan.field_basis));
+        }
     }
     if (by_rate && r.source_video != (*by_rate == SourceStandard::kNtsc ? kSourceNtsc : kSourcePal))
         std::printf("note: the file runs at %.3f fps, so tessen render treats it as %s\n", info.frame_rate.value(),

@@ -11,6 +11,7 @@ extern "C" {
 }
 
 #include "cli/output_file.h"
+#include "cli/video_io.h"
 
 #include <string>
 
@@ -35,6 +36,24 @@ inline void quiet_ffmpeg_log() {
         return true;
     }();
     (void)once;
+}
+
+// The first letter of the tag names the field shown first. FFmpeg's header
+// describes TB and BT the other way round, but its own encoding tool writes
+// TB for top-field-first pictures (and BT for bottom first) of every codec
+// but MJPEG, and its muxers and demuxers pass the tag through: a
+// setfield=tff FFV1 file reads back TB, an NTSC DV .mov (bottom first) BT.
+// Not every container keeps to it (MXF reads bottom-first pictures as TB),
+// so the pictures, not the tag, settle a render's field order.
+inline FieldOrder field_order_from(AVFieldOrder f) {
+    switch (f) {
+    case AV_FIELD_PROGRESSIVE: return FieldOrder::Progressive;
+    case AV_FIELD_TT:
+    case AV_FIELD_TB: return FieldOrder::UpperFirst;
+    case AV_FIELD_BB:
+    case AV_FIELD_BT: return FieldOrder::LowerFirst;
+    default: return FieldOrder::Unknown;
+    }
 }
 
 // sws colour coefficients for an AVColorSpace.

@@ -145,8 +145,12 @@ const char* help_text() {
            "                           PAL to 25, or to 23.976 by conforming: every source frame\n"
            "                           becomes one output frame, so the clip plays longer.\n"
            "  --source ntsc|pal        source standard (default: from Auto Setup and the file)\n"
-           "  --field-order upper|lower  field dominance (default: the file's own record, else\n"
-           "                           Auto Setup's guess from the frame size)\n"
+           "  --field-order upper|lower  field dominance (default: what the first frames'\n"
+           "                           motion shows, else how the frames are flagged, else the\n"
+           "                           file's tag, else Auto Setup's guess from the frame size)\n"
+           "  --force                  convert a source that looks progressive, or a still\n"
+           "                           image, which are otherwise refused (--field-order also\n"
+           "                           says the source is interlaced)\n"
            "  --motion N               Motion Detection Adjustment, -100..100 (default 20)\n"
            "  --pattern-size N         Detail Pattern Size, 1..12 (default 4)\n"
            "  --deartifact none|422|311|411  remove chroma fringes of subsampled sources\n"
@@ -188,8 +192,8 @@ const char* help_text() {
            "  2    usage error\n"
            "  3    input cannot be read: missing, unreadable, no video stream, corrupt or\n"
            "       truncated\n"
-           "  4    input not supported: frame rate or conversion, or frame size below the\n"
-           "       effect's minimum\n"
+           "  4    input not supported: frame rate or conversion, frame size below the\n"
+           "       effect's minimum, a progressive source or a still image\n"
            "  5    output cannot be written: exists (use -y), folder not writable, disk full\n"
            "  128+N  stopped by signal N (130 Ctrl-C, 143 SIGTERM, 129 SIGHUP, 141 SIGPIPE)\n"
            "No output file is left behind when tessen fails or is interrupted.\n";
@@ -285,6 +289,9 @@ ParseResult parse_command_line(const std::vector<std::string>& args) {
         } else if (opt == "-y" || opt == "--overwrite") {
             if (!render_only()) return r;
             o.overwrite = true;
+        } else if (opt == "--force") {
+            if (!render_only()) return r;
+            o.force = true;
         } else if (opt == "--source") {
             if (!render_only() || !take()) return r;
             std::string v = lower(value);

@@ -60,6 +60,7 @@ struct Options {
     int jobs = 0;     // effect processes; 0: one per core (one when --threads 1)
     std::optional<FrameRange> range;
     bool overwrite = false;
+    bool force = false;  // convert a source that looks progressive, or a still image
     bool quiet = false;
     std::string module;  // empty: TESSEN_MODULE or the built-in path
 };

@@ -82,22 +82,6 @@ ColorInfo default_color_for(int height) {
 
 namespace {
 
-// The first letter of the tag names the field shown first. FFmpeg's header
-// describes TB and BT the other way round, but its own encoding tool writes
-// TB for top-field-first pictures (and BT for bottom first) of every codec
-// but MJPEG, and its muxers and demuxers pass the tag through: a
-// setfield=tff FFV1 file reads back TB, an NTSC DV .mov (bottom first) BT.
-FieldOrder field_order_from(AVFieldOrder f) {
-    switch (f) {
-    case AV_FIELD_PROGRESSIVE: return FieldOrder::Progressive;
-    case AV_FIELD_TT:
-    case AV_FIELD_TB: return FieldOrder::UpperFirst;
-    case AV_FIELD_BB:
-    case AV_FIELD_BT: return FieldOrder::LowerFirst;
-    default: return FieldOrder::Unknown;
-    }
-}
-
 bool is_jpeg_range_format(int fmt) {
     return fmt == AV_PIX_FMT_YUVJ420P || fmt == AV_PIX_FMT_YUVJ422P || fmt == AV_PIX_FMT_YUVJ444P ||
            fmt == AV_PIX_FMT_YUVJ440P || fmt == AV_PIX_FMT_YUVJ411P;
