@@ -119,8 +119,8 @@ Refusal plan_rates(const VideoInfo& info, const Options& options, ConversionPlan
         plan.notes.push_back(
             "PAL to 23.976: the source is conformed to 23.976 fps, so every source frame becomes one output "
             "frame and the clip plays 4% longer");
-    // The sound follows the picture: cut with --start and --frames, slowed
-    // with a conform.
+    // The sound follows the picture: cut with --start, --frames and --range,
+    // slowed with a conform.
     plan.keep_audio = info.has_audio && !options.no_audio;
     if (plan.keep_audio && plan.conformed)
         plan.notes.push_back(options.audio_pitch_shift

@@ -19,7 +19,7 @@ std::string label(const AVTimecode& tc, int64_t frame) {
 }  // namespace
 
 std::string output_timecode(const std::string& source, Rational source_rate, Rational out_rate, bool conformed,
-                            int64_t skipped) {
+                            int64_t skipped, int64_t later) {
     if (source.empty() || source_rate.num <= 0 || out_rate.num <= 0) return "";
     AVTimecode in{};
     if (av_timecode_init_from_string(&in, AVRational{source_rate.num, source_rate.den}, source.c_str(), nullptr) < 0)
@@ -44,7 +44,7 @@ std::string output_timecode(const std::string& source, Rational source_rate, Rat
         const double t = double(first) * source_rate.den / source_rate.num;
         frame = std::llround(t * out_rate.num / out_rate.den);
     }
-    return label(out, frame);
+    return label(out, frame + later);
 }
 
 }  // namespace tessen::cli

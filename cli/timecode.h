@@ -14,8 +14,9 @@ namespace tessen::cli {
 // 23.976 is 24-frame non-drop 00:59:56:10, the frame shown at that moment.
 // A conform (one output frame per source frame) keeps the label instead:
 // 25 fps 10:00:00:00 stays 10:00:00:00 at 23.976. 29.97 output keeps the
-// source's drop-frame counting; 23.976 output never drops.
+// source's drop-frame counting; 23.976 output never drops. A piece of a
+// longer run starts `later` output frames after the run's start.
 std::string output_timecode(const std::string& source, Rational source_rate, Rational out_rate, bool conformed,
-                            int64_t skipped);
+                            int64_t skipped, int64_t later = 0);
 
 }  // namespace tessen::cli
