@@ -457,6 +457,21 @@ TEST(CliRender, AudioFollowsThePicture) {
             EXPECT_EQ(contains(tags, "title=Dialogue"), contains(c.name, "mkv")) << tags;
         }
     }
+    // Pieces (--range) joined without re-encoding sound as the whole run does.
+    std::string list, whole_pcm, joined_pcm;
+    for (const char* range : {"0-29", "30-59"}) {
+        const std::string piece = dir.file(std::string("piece") + range + ".mkv");
+        ASSERT_EQ(run_tessen(render(ntsc, piece, "ntsc", "lower", {"--range", range, "--quiet"})).exit_code, 0);
+        list += "file '" + piece + "'\n";
+    }
+    std::ofstream(dir.file("list.txt")) << list;
+    ASSERT_TRUE(ffmpeg("-f concat -safe 0 -i " + dir.file("list.txt") + " -c copy " + dir.file("joined.mkv")));
+    ASSERT_EQ(run_tessen(render(ntsc, dir.file("whole.mkv"), "ntsc", "lower", {"--frames", "60", "--quiet"})).exit_code, 0);
+    ASSERT_TRUE(ffmpeg_output("-v error -i " + dir.file("whole.mkv") + " -map 0:a -f s16le -", &whole_pcm, "ffmpeg"));
+    ASSERT_TRUE(ffmpeg_output("-v error -i " + dir.file("joined.mkv") + " -map 0:a -f s16le -", &joined_pcm, "ffmpeg"));
+    EXPECT_EQ(whole_pcm.size(), size_t(4 * 120120));  // 60 frames at 23.976, 48 kHz stereo
+    EXPECT_TRUE(whole_pcm == joined_pcm);
+
     const std::string silent = dir.file("silent.mkv");
     ASSERT_EQ(run_tessen(render(pal, silent, "pal", "lower", {"--no-audio", "--quiet"})).exit_code, 0);
     EXPECT_EQ(probe(silent).audio_streams, 0);
