@@ -180,6 +180,10 @@ int run_render(const Options& o) {
     wo.alpha = info.has_alpha;
     wo.levels = o.nominal_range ? HostLevels{} : reader->use_whole_code_range();
     wo.pixel_format = o.pix_fmt.empty() ? output_pixel_format(kind, info) : o.pix_fmt;
+    // Film frames put back together go out in the source's own Y'CbCr.
+    if (o.pulldown != Pulldown::kKeep && plan.standard == SourceStandard::kNtsc && plan.rate == CompRate::k23_976 &&
+        o.deinterlace && o.show.empty() && !info.is_rgb)
+        reader->keep_pictures();
     wo.timecode =
         output_timecode(info.timecode, info.frame_rate, plan.comp_rate, plan.conformed, plan.first_source_frame,
                         piece_start);

@@ -15,6 +15,7 @@ void HostFrame::allocate(int w, int h, int bit_depth) {
     depth = bit_depth;
     rowbytes = size_t(w) * 4 * (bit_depth == 16 ? 2 : 1);
     bytes.resize(rowbytes * size_t(h));
+    picture.reset();
 }
 
 namespace {

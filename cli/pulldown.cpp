@@ -1,6 +1,7 @@
 #include "cli/pulldown.h"
 
 #include "cli/conversion_plan.h"
+#include "cli/source_picture.h"
 
 #include <algorithm>
 #include <cmath>
@@ -260,6 +261,7 @@ void weave_fields(const HostFrame& upper, const HostFrame& lower, HostFrame& out
     out.allocate(upper.width, upper.height, upper.depth);
     for (int y = 0; y < out.height; ++y)
         std::memcpy(out.row8(y), (y % 2 == 0 ? upper : lower).row8(y), out.rowbytes);
+    out.picture = weave_pictures(upper.picture, lower.picture);
 }
 
 }  // namespace tessen::cli

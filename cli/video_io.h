@@ -18,6 +18,8 @@
 #include <string>
 #include <vector>
 
+struct AVFrame;
+
 namespace tessen::cli {
 
 // An exact frame rate; 23.976 is 24000/1001, 29.97 is 30000/1001.
@@ -107,8 +109,12 @@ struct HostFrame {
     int depth = 8;  // 8 or 16
     size_t rowbytes = 0;
     std::vector<uint8_t> bytes;
+    // The decoded Y'CbCr picture these pixels show, when the reader keeps it
+    // (VideoReader::keep_pictures) and nothing has changed them since: a
+    // Y'CbCr output writes it in place of the pixels. allocate() drops it.
+    std::shared_ptr<const AVFrame> picture;
 
-    // Sizes the buffer (contents unspecified afterwards).
+    // Sizes the buffer (contents unspecified afterwards) and drops `picture`.
     void allocate(int w, int h, int bit_depth);
     uint8_t* row8(int y) { return bytes.data() + size_t(y) * rowbytes; }
     const uint8_t* row8(int y) const { return bytes.data() + size_t(y) * rowbytes; }
@@ -143,6 +149,9 @@ public:
     // HostLevels); call before the first read. Returns the levels in use,
     // nominal for sources that have no such room (RGB, full range).
     HostLevels use_whole_code_range();
+    // Frames read from now on carry their decoded picture (HostFrame::picture)
+    // where it is planar Y'CbCr.
+    void keep_pictures();
     // Frames are placed by their timestamps at the nominal rate; once the
     // whole video has been read, says how many were repeated to fill gaps
     // or left out ("" when none).

@@ -1,5 +1,6 @@
 #include "cli/ffmpeg_util.h"
 #include "cli/pixel_convert.h"
+#include "cli/source_picture.h"
 #include "cli/video_io.h"
 
 extern "C" {
@@ -185,6 +186,7 @@ struct VideoReader::Impl {
     std::vector<float> chroma_b, chroma_r;
     std::vector<uint16_t> line_buffer, luma_buffer, alpha_buffer;
     HostLevels levels;  // of Y'CbCr converted here
+    bool keep_pictures = false;  // frames carry their decoded picture
 
     ~Impl() {
         sws_freeContext(sws);
@@ -434,6 +436,8 @@ struct VideoReader::Impl {
                 const HostFrame& from = upper_line == a.upper ? pa : pb;
                 std::memcpy(out->row8(y), from.row8(y), out->rowbytes);
             }
+            if (keep_pictures)
+                out->picture = a.upper ? weave_pictures(pa.picture, pb.picture) : weave_pictures(pb.picture, pa.picture);
         }
         while (!pictures.empty() && (fields.empty() || pictures.front().id < fields.front().picture)) {
             av_frame_free(&pictures.front().frame);
@@ -622,6 +626,7 @@ struct VideoReader::Impl {
             convert_yuv(d, out);
         else
             convert_scaled(d, out);
+        if (keep_pictures) out.picture = share_picture(frame);
     }
 
     void convert_rgb(const AVPixFmtDescriptor* d, HostFrame& out) {
@@ -853,6 +858,8 @@ bool VideoReader::read(HostFrame& out, int depth) {
     if (depth != 8 && depth != 16) m.fail("pixel depth must be 8 or 16, not " + std::to_string(depth));
     return m.advance(&out, depth);
 }
+
+void VideoReader::keep_pictures() { impl_->keep_pictures = true; }
 
 const std::string& VideoReader::timing_notice() const { return impl_->timing; }
 

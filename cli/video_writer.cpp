@@ -2,6 +2,7 @@
 #include "cli/ffmpeg_util.h"
 #include "cli/output_file.h"
 #include "cli/pixel_convert.h"
+#include "cli/source_picture.h"
 #include "cli/video_io.h"
 
 #include <algorithm>
@@ -129,6 +130,9 @@ struct VideoWriter::Impl {
     bool finished = false;
     bool failed = false;
     ColorInfo color;  // as written
+    // Y'CbCr out in the source's matrix and code range: a frame's decoded
+    // picture goes in as it is (HostFrame::picture).
+    bool take_pictures = false;
 
     // audio carried over from another file
     AVFormatContext* ain = nullptr;
@@ -240,6 +244,9 @@ struct VideoWriter::Impl {
             color.range = kind == OutputKind::Ffv1 && color.range == AVCOL_RANGE_JPEG ? AVCOL_RANGE_JPEG
                                                                                     : AVCOL_RANGE_MPEG;
         }
+        take_pictures = !rgb_out && kind != OutputKind::PngSequence && !opt.alpha && color.matrix == opt.color.matrix &&
+                        color.range == (opt.color.range == AVCOL_RANGE_JPEG ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG) &&
+                        (color.range == AVCOL_RANGE_JPEG || !opt.levels.nominal());
         enc->colorspace = AVColorSpace(color.matrix);
         enc->color_range = AVColorRange(color.range);
         enc->color_primaries = AVColorPrimaries(color.primaries);
@@ -673,7 +680,9 @@ struct VideoWriter::Impl {
         if ((in.depth != 8 && in.depth != 16) || in.rowbytes < size_t(in.width) * 4 * (in.depth / 8) ||
             in.bytes.size() < in.rowbytes * size_t(in.height))
             fail("malformed frame buffer");
-        fill_frame(in);
+        // An encoder working on frames in threads may still hold the last one.
+        check(av_frame_make_writable(frame), "out of memory");
+        if (!(take_pictures && in.picture && picture_into(*in.picture, *frame))) fill_frame(in);
         frame->pts = written;
         frame->interlaced_frame = 0;
         frame->color_range = enc->color_range;
