@@ -165,6 +165,16 @@ void plan_fields(const VideoInfo& info, const Options& options, const AutoSetupR
         plan.field_basis = FieldBasis::kOption;
         return;
     }
+    // Pictures shown by their repeat-field flags (soft pulldown) are whole:
+    // their content and their own flags say nothing of fields, and the
+    // container calls them progressive. The flags alone order the fields.
+    if (info.repeat_field_flags && popup_of(info.field_order)) {
+        plan.field_order = popup_of(info.field_order);
+        plan.field_basis = FieldBasis::kFlags;
+        plan.notes.push_back(std::string("field order: ") + order_name(plan.field_order) +
+                             " field first, as the pictures' repeat-field flags show them");
+        return;
+    }
     const int guess = auto_setup && (auto_setup->field_order == kUpperFirst || auto_setup->field_order == kLowerFirst)
                           ? auto_setup->field_order
                           : kLowerFirst;
