@@ -17,6 +17,9 @@ constexpr double kRepeatRatio = 0.5;
 // A film frame's fields pair unless they comb more than this many times the
 // cleanest pair of fields nearby.
 constexpr double kCombRatio = 2.0;
+// A film frame at the edge of a run pairs when its fields comb at most
+// this share of what one of them combs with the field beyond.
+constexpr double kEdgeRatio = 0.5;
 // The cadence is carried over this many cycles without a repeat in sight
 // (still pictures show none).
 constexpr int64_t kCarryCycles = 12;
@@ -127,20 +130,28 @@ PulldownPlan plan_pulldown(const std::vector<FieldMeasure>& m, bool upper_first,
         i = k;
     }
 
-    // The film frames of each run, from the first repeat's three fields to
-    // the last's (each two-field frame lies between two repeats); beyond them
-    // only toward an end of the video, where a repeat could not be seen.
+    // The film frames of each run: the three-field frames of its repeats,
+    // the two-field frames between them and the one either side (an edit
+    // next to it leaves it unpaired: its fields then comb); beyond them
+    // toward an end of the video, where a repeat could not be seen.
+    auto comb_at = [&](int64_t j) { return j >= 1 && j < n ? m[size_t(j)].comb : -1.0; };
     std::vector<std::vector<Group>> run_groups;
     std::vector<int> run_phase;
     int64_t taken = 0;  // fields before this belong to an earlier run
     for (const auto& [first, last] : runs) {
         std::vector<Group> groups;
         const bool from_start = first - 5 < 2, to_end = last + 5 >= n;
-        const int64_t stop = to_end ? n : last + 1;
-        int64_t i = 0;
-        for (int64_t s = first - (from_start ? 7 : 2); s < stop; s += (i % 2 == 0 ? 3 : 2), ++i) {
+        const int64_t stop = to_end ? n : last + 2;
+        int64_t i = from_start ? 0 : 1;
+        for (int64_t s = first - (from_start ? 7 : 4); s < stop; s += (i % 2 == 0 ? 3 : 2), ++i) {
             const int64_t begin = std::max(s, taken), end = std::min<int64_t>(s + (i % 2 == 0 ? 3 : 2), n);
-            if (end - begin >= 2) groups.push_back({begin, int(end - begin), false});
+            if (end - begin < 2) continue;
+            // A frame with a repeat on one side only is the run's when its
+            // fields comb far less with each other than with the field
+            // across its other side; else it is left to what follows.
+            const int64_t edge = !from_start && s == first - 4 ? begin : !to_end && s == last + 1 ? end : -1;
+            if (edge >= 0 && !(comb_at(edge) > 0 && comb_at(begin + 1) <= kEdgeRatio * comb_at(edge))) continue;
+            groups.push_back({begin, int(end - begin), false});
         }
         if (groups.empty()) continue;
         taken = groups.back().start + groups.back().len;
@@ -187,7 +198,11 @@ PulldownPlan plan_pulldown(const std::vector<FieldMeasure>& m, bool upper_first,
     // Each run's film frames fill consecutive output frames, shifted to where
     // their times lie closest to the times the effect would render.
     auto slot_field = [](int64_t k) { return (5 * k) / 2; };
+    // A run starts after the slots of the run before: across an edit the
+    // nearest slots of two runs may coincide, and one frame late beats a
+    // film frame left out.
     std::vector<double> claim(plan.slots.size(), 1e30);
+    int64_t next_free = 0;
     for (const auto& groups : run_groups) {
         const double c0 = double(groups[0].start) + (groups[0].len - 1) / 2.0;
         const int64_t base = int64_t(std::llround(c0 / 2.5));
@@ -204,6 +219,8 @@ PulldownPlan plan_pulldown(const std::vector<FieldMeasure>& m, bool upper_first,
                 best_d = d;
             }
         }
+        if (best_d < next_free && next_free - best_d <= 1) best_d = next_free;
+        next_free = best_d + int64_t(groups.size());
         for (size_t g = 0; g < groups.size(); ++g) {
             const int64_t k = best_d + int64_t(g);
             if (k < 0 || k >= int64_t(plan.slots.size())) continue;
