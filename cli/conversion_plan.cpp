@@ -120,11 +120,11 @@ Refusal plan_rates(const VideoInfo& info, const Options& options, ConversionPlan
             "PAL to 23.976: the source is conformed to 23.976 fps, so every source frame becomes one output "
             "frame and the clip plays 4% longer");
     // Audio keeps its place only while the output covers the source's time.
-    const bool trimmed = options.start.has_value() || options.frames.has_value();
+    const bool trimmed = options.start.has_value() || options.frames.has_value() || options.range.has_value();
     plan.keep_audio = info.has_audio && !plan.conformed && !trimmed;
     if (info.has_audio && !plan.keep_audio)
         plan.notes.push_back(plan.conformed ? "audio dropped: the conformed video is longer than the sound"
-                                            : "audio dropped: --start or --frames changes the duration");
+                                            : "audio dropped: --start, --frames or --range changes the duration");
     return r;
 }
 

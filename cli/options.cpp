@@ -34,6 +34,22 @@ bool parse_double(const std::string& s, double& out) {
     return true;
 }
 
+// "A-B" with A <= B, or "A-": digits only.
+bool parse_frame_range(const std::string& s, FrameRange& out) {
+    const size_t dash = s.find('-');
+    if (dash == std::string::npos) return false;
+    const std::string a = s.substr(0, dash), b = s.substr(dash + 1);
+    auto digits = [](const std::string& t) { return !t.empty() && t.find_first_not_of("0123456789") == std::string::npos; };
+    long long first = 0, last = 0;
+    if (!digits(a) || !parse_long(a, first)) return false;
+    out.first = first;
+    out.last.reset();
+    if (b.empty()) return true;
+    if (!digits(b) || !parse_long(b, last) || last < first) return false;
+    out.last = last;
+    return true;
+}
+
 // "12" is a frame index; "1.5", "1.5s", "01:02.5" and "1:02:03" are times.
 bool parse_start(const std::string& s, StartPoint& out) {
     long long frame = 0;
@@ -155,9 +171,15 @@ const char* help_text() {
            "  --start F|T              first source frame (an index such as 120) or time (such\n"
            "                           as 4.5s or 00:01:04.5)\n"
            "  --frames N               number of output frames to write\n"
+           "  --range A-B              only output frames A to B (from 0, both included; A-\n"
+           "                           runs to the end): pieces joined with FFmpeg's concat\n"
+           "                           demuxer equal the whole render, frame for frame\n"
            "  --threads 1              decode, render and encode one after another on one\n"
            "                           thread (default: each on a thread of its own, in a\n"
            "                           pipeline; the effect itself always runs on one thread)\n"
+           "  -j, --jobs N             run N copies of the effect, each in a process of its\n"
+           "                           own (default: one per core it may use; 1 with\n"
+           "                           --threads 1)\n"
            "  --module PATH            effect module to load (default: $TESSEN_MODULE, else the\n"
            "                           TessenPlus.so installed beside tessen)\n"
            "  -y                       overwrite OUT if it exists\n"
@@ -372,6 +394,22 @@ ParseResult parse_command_line(const std::vector<std::string>& args) {
                 return r;
             }
             o.threads = v == 1 ? 1 : 0;
+        } else if (opt == "--jobs" || opt == "-j") {
+            if (!render_only() || !take()) return r;
+            long long v = 0;
+            if (!parse_long(value, v) || v < 1 || v > 256) {
+                r.error = "--jobs must be a whole number from 1 to 256 (got '" + value + "')";
+                return r;
+            }
+            o.jobs = static_cast<int>(v);
+        } else if (opt == "--range") {
+            if (!render_only() || !take()) return r;
+            FrameRange fr;
+            if (!parse_frame_range(value, fr)) {
+                r.error = "--range must be output frames A-B or A- (e.g. 0-1199, 1200-) (got '" + value + "')";
+                return r;
+            }
+            o.range = fr;
         } else {
             r.error = "unknown option '" + a + "'";
             return r;

@@ -28,6 +28,13 @@ struct StartPoint {
     double seconds = 0.0;
 };
 
+// Output frames A to B (both included, numbered from 0 as in a whole
+// run); without B, to the end.
+struct FrameRange {
+    long long first = 0;
+    std::optional<long long> last;
+};
+
 struct Options {
     enum class Command { kNone, kHelp, kVersion, kRender, kAutoSetup, kDemo };
     Command command = Command::kNone;
@@ -50,6 +57,8 @@ struct Options {
     std::optional<StartPoint> start;
     std::optional<long long> frames;
     int threads = 0;  // 0: decoding, the effect and encoding on threads of their own; 1: all on one
+    int jobs = 0;     // effect processes; 0: one per core (one when --threads 1)
+    std::optional<FrameRange> range;
     bool overwrite = false;
     bool force = false;  // convert a source that looks progressive, or a still image
     bool quiet = false;

@@ -286,7 +286,7 @@ TEST(ConversionPlan, StartAsFrameOrTime) {
 TEST(Options, ParsesValuesAndRejectsBadOnes) {
     Options o = parse_ok({"render", "in.mov", "out.mov", "--rate", "29.97", "--field-order=upper", "--motion", "-100",
                           "--pattern-size", "12", "--deartifact", "4:2:0", "--show", "Match Points", "--depth", "16",
-                          "-y", "--frames", "5", "--threads", "1"});
+                          "-y", "--frames", "5", "--threads", "1", "--jobs", "3", "--range", "10-19"});
     EXPECT_EQ(o.rate, CompRate::k29_97);
     EXPECT_EQ(o.field_order, FieldOrderOpt::kUpper);
     EXPECT_EQ(o.motion, -100.0);
@@ -297,6 +297,10 @@ TEST(Options, ParsesValuesAndRejectsBadOnes) {
     EXPECT_TRUE(o.overwrite);
     EXPECT_EQ(*o.frames, 5);
     EXPECT_EQ(o.threads, 1);
+    EXPECT_EQ(o.jobs, 3);
+    EXPECT_EQ(o.range->first, 10);
+    EXPECT_EQ(*o.range->last, 19);
+    EXPECT_FALSE(parse_ok({"render", "in.mov", "out.mov", "--range", "7-"}).range->last);  // to the end
     EXPECT_EQ(parse_ok({"render", "in.mov", "out.mov"}).threads, 0);  // the pipeline by default
 
     // Views keep their menu positions, separators counted; signs matter.
@@ -308,6 +312,7 @@ TEST(Options, ParsesValuesAndRejectsBadOnes) {
     const std::vector<std::vector<std::string>> bad = {
         {"--rate", "24"}, {"--pattern-size", "0"}, {"--pattern-size", "13"}, {"--motion", "100.5"},
         {"--frames", "0"}, {"--rate"},           {"--bogus"},           {"--threads", "0"},
+        {"--jobs", "0"},   {"--range", "9-8"},   {"--range", "-5"},     {"--range", "1-x"},
     };
     for (const auto& more : bad) {
         std::vector<std::string> args = {"render", "in.mov", "out.mov"};
