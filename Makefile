@@ -7,15 +7,16 @@ ASAN_BUILD := build-asan
 WIN_BUILD := build-win
 WIN_HOST_BUILD := build-win-host
 BENCH_BUILD := build-bench
+INSTALL_BUILD := build-install
 DEMO_DIR ?= demo-output
 DIST := dist
 
 PACKAGES := cmake ninja-build g++ make pkg-config python3 \
 	libgtest-dev libgmock-dev libbenchmark-dev \
 	g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 wine64 \
-	libavformat-dev libavcodec-dev libswscale-dev libswresample-dev libavutil-dev ffmpeg
+	libavformat-dev libavcodec-dev libavfilter-dev libswscale-dev libswresample-dev libavutil-dev ffmpeg
 
-.PHONY: all deps build test test-native test-asan test-install test-wine win demo bench install clean
+.PHONY: all deps build install-build test test-native test-asan test-install test-wine win demo bench install clean
 
 all: build
 
@@ -30,8 +31,8 @@ test-native: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
 # make install into a scratch folder, and the installed tessen run from elsewhere.
-test-install: build
-	bash cmake/check-install.sh $(BUILD)
+test-install: install-build
+	bash cmake/check-install.sh $(INSTALL_BUILD)
 
 test-asan: deps
 	cmake -S . -B $(ASAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESSEN_SANITIZE=ON
@@ -60,8 +61,13 @@ test: win test-native test-install test-wine test-asan
 PREFIX ?= /usr/local
 
 # tessen in PREFIX/bin, the effect module in PREFIX/lib/tessen (DESTDIR is honoured).
-install: build
-	cmake --install $(BUILD) --prefix $(PREFIX) --strip
+# Only what is installed is built, in a folder of its own without the tests.
+install-build: deps
+	cmake -S . -B $(INSTALL_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESSEN_TESTS=OFF
+	cmake --build $(INSTALL_BUILD) -j $(JOBS) --target tessen TessenPlus
+
+install: install-build
+	cmake --install $(INSTALL_BUILD) --prefix $(PREFIX) --strip
 
 demo: build
 	$(BUILD)/cli/tessen demo $(DEMO_DIR)
@@ -72,4 +78,4 @@ bench: deps
 	$(BENCH_BUILD)/bench/tessen_bench --benchmark_min_time=0.2
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(WIN_BUILD) $(WIN_HOST_BUILD) $(BENCH_BUILD) $(DIST)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(WIN_BUILD) $(WIN_HOST_BUILD) $(BENCH_BUILD) $(INSTALL_BUILD) $(DIST)
