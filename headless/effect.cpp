@@ -178,7 +178,9 @@ void EffectInstance::make_layer_into(A_long frame, World& into) const {
         into = make_layer(frame);
         return;
     }
-    if (into.width() != w || into.height() != h || into.deep() != clip_.deep) into = World(w, h, clip_.deep, false);
+    // A world never made (no pixel memory at all) must not pass for a 0 x 0 layer.
+    if (into.def().data == nullptr || into.width() != w || into.height() != h || into.deep() != clip_.deep)
+        into = World(w, h, clip_.deep, false);
     clip_.frame(frame, into);
     if (into.width() != clip_.width || into.height() != clip_.height || into.deep() != clip_.deep)
         throw std::runtime_error("the input clip produced a frame of the wrong size or depth");
