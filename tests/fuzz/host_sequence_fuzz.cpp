@@ -13,6 +13,7 @@
 // handle or an exception leaving the entry point.
 #include "headless/effect.h"
 #include "host/entry_point.h"
+#include "image/cpu_features.h"
 #include "render/render_settings.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
@@ -176,6 +177,9 @@ public:
     {
         host_.set_recycle_memory(in_.ConsumeBool());
         if (in_.ConsumeBool()) fx_.project().set_preference("Wrenfold Suite", "Diagnostic Views", "1");
+        // The processor's answer, or either image-operation variant.
+        cpu_features::force_simd_answer(in_.ConsumeIntegralInRange(-1, 1));
+        preset_ = in_.ConsumeIntegralInRange(0, 4);
         g_twist = CheckoutTwist{};
         g_twisted.clear();
         g_checkout = fx_.in_data().inter.checkout_param;
@@ -190,6 +194,16 @@ public:
         if (!kHostile) {
             Expect("set-up", fx_.setup(), PF_Err_NONE);
             if (fx_.sequence_data() == nullptr) return;  // an allocation failed: nothing to drive
+        }
+        // Most sessions start from a conversion the effect supports, as after
+        // Auto Setup; the last preset keeps the defaults (PAL at 29.97).
+        const struct {
+            double rate;
+            A_long source;
+        } presets[] = {{29.97, 1}, {23.976, 1}, {25.0, 2}, {23.976, 2}};
+        if (preset_ < 4) {
+            fx_.set_comp_rate(presets[preset_].rate);
+            if (fx_.num_params() > kParamSourceVideo) fx_.param(kParamSourceVideo).u.pd.value = presets[preset_].source;
         }
         for (int op = 0; op < 40 && in_.remaining_bytes() > 0; ++op) Step();
         Finish();
@@ -435,6 +449,7 @@ private:
     EffectInstance fx_;
     bool failing_ = false;
     bool twisted_ = false;
+    int preset_ = 4;
 };
 
 }  // namespace
@@ -445,6 +460,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     try {
         Session session(in);
         session.Run();
+        cpu_features::force_simd_answer(-1);
     } catch (const std::exception& e) {
         // The headless host refuses what no host does (a clip of no frames,
         // a parameter setter out of range); the effect never throws here.

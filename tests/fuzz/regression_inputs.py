@@ -40,6 +40,8 @@ class Script:
     def session(self, diagnostic_views=False, recycle=False, width=40, height=12):
         self.flag(recycle)
         self.flag(diagnostic_views)
+        self.int_in(-1, 1, -1)  # the processor decides the image-operation variant
+        self.int_in(0, 4, 4)  # no preset: the faults' own settings
         return self.clip(width, height)
 
     def clip(self, width, height):
