@@ -174,7 +174,11 @@ RenderSettings ReadRenderSettings(const PF_InData* in_data, PF_ParamDef* params[
                                                                                  : kShowResult;
     s.fieldOrder = params[kParamFieldOrder]->u.pd.value == 1 ? 1 : 2;
     s.deinterlace = params[kParamDoDeinterlace]->u.bd.value != 0;
-    s.motionAdjust = static_cast<float>(params[kParamMotionAdjust]->u.fs_d.value);
+    const double motionAdjust = params[kParamMotionAdjust]->u.fs_d.value;
+    // Beyond the slider's valid range (or not a number): no host sends it.
+    if (!(motionAdjust >= kMotionAdjustMin && motionAdjust <= kMotionAdjustMax))
+        throw static_cast<A_long>(PF_Err_BAD_CALLBACK_PARAM);
+    s.motionAdjust = static_cast<float>(motionAdjust);
     s.diffLow = kDiffLow;
     s.diffHigh = kDiffHigh;
     s.diffSpread = kDiffSpread;

@@ -43,9 +43,12 @@ enum ShowView : A_long {
     kShowData = 15,
 };
 
-// "Detail Pattern Size" as the host can set it (typed values included).
+// "Detail Pattern Size" and "Motion Detection Adjustment" as the host can
+// set them (typed values included).
 constexpr A_long kPatternSizeMin = 1;
 constexpr A_long kPatternSizeMax = 12;
+constexpr double kMotionAdjustMin = -100.0;
+constexpr double kMotionAdjustMax = 100.0;
 
 // Host parameter indices, in the order parameter set-up adds them; the render
 // reads some, Auto Setup and its button write others.

@@ -9,6 +9,7 @@
 
 #include <dlfcn.h>
 
+#include <cmath>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -444,6 +445,11 @@ TEST_F(RenderDriverTest, HostileRendersGetAnErrorAndTouchNothing)
         expectRefused("\"Detail Pattern Size\" beyond what the host allows", &Out().def());
     }
     fx_->param(kParamPatternSize).u.sd.value = 4;
+    for (double adjust : {std::nan(""), 100.5, -HUGE_VAL}) {
+        fx_->param(kParamMotionAdjust).u.fs_d.value = adjust;
+        expectRefused("\"Motion Detection Adjustment\" beyond what the host allows", &Out().def());
+    }
+    fx_->param(kParamMotionAdjust).u.fs_d.value = 20;
     for (A_long t : {A_long{INT32_MAX - 50}, A_long{INT32_MIN + 50}}) {
         fx_->set_current_time(t);
         expectRefused("a time whose neighbour frames fall off the time line", &Out().def());
