@@ -86,7 +86,21 @@ namespace {
 // TB for top-field-first pictures (and BT for bottom first) of every codec
 // but MJPEG, and its muxers and demuxers pass the tag through: a
 // setfield=tff FFV1 file reads back TB, an NTSC DV .mov (bottom first) BT.
-FieldOrder field_order_from(AVFieldOrder f) {
+// libav fills its enum fields with the file's own numbers, also ones the
+// enum does not list; such a value must not be read as the enum type.
+template <typename E>
+int file_value(const E& field) {
+    static_assert(sizeof(E) == sizeof(int), "libav enums are ints");
+    int v;
+    std::memcpy(&v, &field, sizeof v);
+    return v;
+}
+
+// A number past the enum's own ones counts as not stated (the writer passes
+// the tags on in the enum types).
+int listed(int v, int count, int unstated) { return v >= 0 && v < count ? v : unstated; }
+
+FieldOrder field_order_from(int f) {
     switch (f) {
     case AV_FIELD_PROGRESSIVE: return FieldOrder::Progressive;
     case AV_FIELD_TT:
@@ -361,7 +375,7 @@ struct VideoReader::Impl {
             if (exact > 0) expected_frames = info.frame_count;
         }
 
-        info.field_order = field_order_from(st->codecpar->field_order);
+        info.field_order = field_order_from(file_value(st->codecpar->field_order));
         if (info.field_order == FieldOrder::Unknown && frame->interlaced_frame)
             info.field_order = frame->top_field_first ? FieldOrder::UpperFirst : FieldOrder::LowerFirst;
 
@@ -370,12 +384,16 @@ struct VideoReader::Impl {
 
         // Colour: what the file states, else the usual assumption by size.
         ColorInfo c = default_color_for(info.height);
-        const int matrix = frame->colorspace != AVCOL_SPC_UNSPECIFIED ? frame->colorspace : st->codecpar->color_space;
-        const int range =
-            frame->color_range != AVCOL_RANGE_UNSPECIFIED ? frame->color_range : st->codecpar->color_range;
-        const int prim = frame->color_primaries != AVCOL_PRI_UNSPECIFIED ? frame->color_primaries
-                                                                          : st->codecpar->color_primaries;
-        const int trc = frame->color_trc != AVCOL_TRC_UNSPECIFIED ? frame->color_trc : st->codecpar->color_trc;
+        const int fm = file_value(frame->colorspace), fr = file_value(frame->color_range);
+        const int fp = file_value(frame->color_primaries), ft = file_value(frame->color_trc);
+        const int matrix = listed(fm != AVCOL_SPC_UNSPECIFIED ? fm : file_value(st->codecpar->color_space),
+                                  AVCOL_SPC_NB, AVCOL_SPC_UNSPECIFIED);
+        const int range = listed(fr != AVCOL_RANGE_UNSPECIFIED ? fr : file_value(st->codecpar->color_range),
+                                 AVCOL_RANGE_NB, AVCOL_RANGE_UNSPECIFIED);
+        const int prim = listed(fp != AVCOL_PRI_UNSPECIFIED ? fp : file_value(st->codecpar->color_primaries),
+                                AVCOL_PRI_NB, AVCOL_PRI_UNSPECIFIED);
+        const int trc = listed(ft != AVCOL_TRC_UNSPECIFIED ? ft : file_value(st->codecpar->color_trc),
+                               AVCOL_TRC_NB, AVCOL_TRC_UNSPECIFIED);
         if (info.is_rgb) {
             c.matrix = AVCOL_SPC_RGB;
             c.range = AVCOL_RANGE_JPEG;

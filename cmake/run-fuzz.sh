@@ -21,21 +21,24 @@ targets=(
   "fuzz_media_input media -timeout=0"
 )
 
-export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1
-export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 for entry in "${targets[@]}"; do
   read -r name folder options <<<"$entry"
   bin=$build/tests/fuzz/$name
+  # Sanitizer reports into files of their own: the media target captures
+  # stderr while tessen runs.
+  export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:log_path=$findings/$name-sanitizer
+  export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1:log_path=$findings/$name-sanitizer
+  rm -f "$findings/$name"-sanitizer.*
   echo "== $name: corpus $folder"
   # shellcheck disable=SC2086
   timeout 300 "$bin" $options -rss_limit_mb=4096 -artifact_prefix="$findings/$name-" "$corpus/$folder"/* \
-    2> "$findings/$name-corpus.log" || { tail -n 40 "$findings/$name-corpus.log"; exit 1; }
+    2> "$findings/$name-corpus.log" || { tail -n 40 "$findings/$name-corpus.log" "$findings/$name"-sanitizer.* 2>/dev/null; exit 1; }
   echo "== $name: fuzzing for $seconds s"
   work=$build/fuzz-corpus/$name
   mkdir -p "$work"
   # shellcheck disable=SC2086
   timeout $((seconds + 120)) "$bin" $options -rss_limit_mb=4096 -max_total_time="$seconds" -print_final_stats=1 \
     -artifact_prefix="$findings/$name-" "$work" "$corpus/$folder" 2> "$findings/$name.log" \
-    || { tail -n 40 "$findings/$name.log"; exit 1; }
+    || { tail -n 40 "$findings/$name.log" "$findings/$name"-sanitizer.* 2>/dev/null; exit 1; }
   grep -E '^stat::number_of_executed_units|^Done' "$findings/$name.log" || true
 done
