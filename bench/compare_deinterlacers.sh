@@ -3,7 +3,7 @@
 # run: frames per second of each and their ratio to tessen.
 #
 #   bench/compare_deinterlacers.sh [CLIP] [--tessen PATH] [--threads N]
-#                                  [--size WxH] [--frames N]
+#                                  [--size WxH] [--frames N] [--output mkv|mov]
 #
 # Without CLIP an interlaced NTSC clip (FFV1, 4:2:2, --size, default 720x480;
 # --frames, default 300, i.e. 10 s) is made with FFmpeg's test source,
@@ -12,9 +12,12 @@
 # frame counts match. FFmpeg runs with one thread by default, as the effect
 # does; --threads 0 lets it use all cores. FFmpeg discards its frames
 # (-f null); tessen writes FFV1, and the "ffmpeg ffv1 encode" line shows what
-# writing alone costs. When tessen knows --threads, a second tessen line shows
-# it on one thread (no pipeline). Rates are given per second of wall-clock time
-# and per second of processor time, with the machine's load before the run.
+# writing alone costs (--output mov has tessen write ProRes 422 HQ instead).
+# When tessen knows --threads, a tessen line shows it on one thread (no
+# pipeline); when it knows --jobs, lines with 1 and 2 effect processes follow,
+# each with tessen's own processor time split from its effect processes'.
+# Rates are given per second of wall-clock time and per second of processor
+# time, with the machine's load before the run.
 set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
@@ -24,13 +27,15 @@ threads=1
 clip=""
 size=720x480
 count=300
+ext=mkv
 while [[ $# -gt 0 ]]; do
     case "$1" in
         --tessen) tessen="$2"; shift 2 ;;
         --threads) threads="$2"; shift 2 ;;
         --size) size="$2"; shift 2 ;;
         --frames) count="$2"; shift 2 ;;
-        -h|--help) sed -n '2,17p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+        --output) ext="$2"; shift 2 ;;
+        -h|--help) sed -n '2,21p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
         *) clip="$1"; shift ;;
     esac
 done
@@ -68,9 +73,17 @@ run() {  # name, command...
 
 load=$(cut -d' ' -f1-3 /proc/loadavg 2>/dev/null || echo "?")
 ff=(ffmpeg -v error -threads "$threads" -filter_threads "$threads" -i "$clip")
-run "tessen (Tessen Plus)" "$tessen" render "$clip" "$work/tessen.mkv" --rate 29.97 --quiet -y
+[[ "$ext" == mkv || "$ext" == mov ]] || { echo "compare_deinterlacers: --output must be mkv or mov" >&2; exit 1; }
+run "tessen (Tessen Plus)" "$tessen" render "$clip" "$work/tessen.$ext" --rate 29.97 --quiet -y
 if "$tessen" --help 2>/dev/null | grep -q -- '--threads'; then
-    run "tessen --threads 1" "$tessen" render "$clip" "$work/tessen1.mkv" --rate 29.97 --quiet -y --threads 1
+    run "tessen --threads 1" "$tessen" render "$clip" "$work/tessen1.$ext" --rate 29.97 --quiet -y --threads 1
+fi
+declare -a splits
+if "$tessen" --help 2>/dev/null | grep -q -- '--jobs'; then
+    for j in 1 2; do
+        run "tessen --jobs $j" "$tessen" render "$clip" "$work/tessen-j$j.$ext" --rate 29.97 -y --jobs "$j"
+        splits+=("--jobs $j: $(grep -o 'processor time.*' "$work/err" || echo 'processor time all in tessen itself')")
+    done
 fi
 run "ffmpeg bwdif" "${ff[@]}" -vf bwdif=mode=send_frame -f null -
 # The same job as tessen's: the interlaced FFV1 file in, a progressive FFV1
@@ -89,3 +102,4 @@ for i in "${!names[@]}"; do
     printf '%-22s %9.1f %9.1f %14.2f\n' "${names[$i]}" "${fps[$i]}" "${cpu_fps[$i]}" \
         "$(awk -v a="${cpu_fps[$i]}" -v b="${cpu_fps[0]}" 'BEGIN { printf "%.3f", a / b }')"
 done
+for line in "${splits[@]}"; do echo "$line"; done

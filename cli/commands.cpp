@@ -5,18 +5,26 @@
 #include "cli/demo.h"
 #include "cli/effect_runner.h"
 #include "cli/exit_codes.h"
+#include "cli/field_analysis.h"
 #include "cli/frame_source.h"
 #include "cli/interrupt.h"
 #include "cli/options.h"
 #include "cli/pipeline.h"
+#include "cli/pulldown.h"
 #include "cli/progress.h"
 #include "cli/video_io.h"
+#include "cli/worker_channel.h"
+#include "cli/worker_pool.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <optional>
+#include <sys/resource.h>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -80,6 +88,42 @@ void check_interrupt() {
     if (interrupt_signal()) throw Failure(interrupt_exit_code(), "interrupted; no output written");
 }
 
+// Film frames recovered from 3:2 pulldown, for NTSC converted to 23.976 with
+// the effect's result; none otherwise. At 29.97 a film source is only named.
+std::optional<PulldownPlan> plan_film_frames(const Options& o, const ConversionPlan& plan) {
+    const bool remove = o.pulldown == Pulldown::kRemove;
+    if (o.pulldown == Pulldown::kKeep) return std::nullopt;
+    if (plan.standard != SourceStandard::kNtsc || !o.deinterlace || !o.show.empty()) {
+        if (remove)
+            throw Failure(kExitUsage, "--pulldown remove needs an NTSC source and the effect's result (no --show, "
+                                      "no --no-deinterlace)");
+        return std::nullopt;
+    }
+    if (remove && plan.rate != CompRate::k23_976)
+        throw Failure(kExitUsage, "--pulldown remove gives film frames at 23.976 fps: use --rate 23.976");
+    const int64_t cap = o.frames ? *o.frames : -1;
+    PulldownPlan pd;
+    try {
+        pd = analyse_pulldown(o.input, plan.first_source_frame, cap >= 0 ? cap * 5 / 4 + 4 : -1,
+                              plan.field_order == kUpperFirst, cap);
+    } catch (const CliError& e) {
+        throw Failure(kExitInput, e.what());
+    }
+    if (remove && !pd.found())
+        throw Failure(kExitUnsupported, o.input + ": no 3:2 pulldown found (--pulldown auto or keep renders every "
+                                                  "frame with the effect)");
+    if (plan.rate != CompRate::k23_976) {
+        if (pd.found())
+            say(o.quiet, "note: the source is film with 3:2 pulldown (phase " + std::to_string(pd.phase) +
+                             "): 23.976 fps is its natural output, where its film frames come back exactly "
+                             "(--rate 23.976)");
+        return std::nullopt;
+    }
+    say(o.quiet, pd.summary());
+    if (!pd.found()) return std::nullopt;
+    return pd;
+}
+
 int run_render(const Options& o) {
     // Output name first: a wrong extension is a usage error, found before any work.
     OutputKind kind;
@@ -99,6 +143,16 @@ int run_render(const Options& o) {
     if (Refusal r = plan_rates(info, o, plan))
         throw Failure(r.kind == Refusal::Kind::kUsage ? kExitUsage : kExitUnsupported, o.input + ": " + r.message);
     if (Refusal r = plan_start(info, o, plan)) throw Failure(kExitUsage, o.input + ": " + r.message);
+    // The first frames' pictures and flags, unless the user settled the order.
+    std::optional<FieldAnalysis> fields;
+    if (!o.field_order) {
+        try {
+            fields = analyse_fields(o.input);
+        } catch (const CliError& e) {
+            throw Failure(kExitInput, e.what());
+        }
+        if (Refusal r = refuse_unfielded(*fields, o)) throw Failure(kExitUnsupported, o.input + ": " + r.message);
+    }
 
     // The output is claimed before the long work, so "exists" and "cannot
     // write" show at once.
@@ -119,6 +173,32 @@ int run_render(const Options& o) {
         throw Failure(kExitOutput, e.what());
     }
 
+    // A piece of a longer render (--range) starts where the whole run would
+    // be at its first frame: the source frames before the one its first
+    // render looks back to are skipped, so every checkout reads the real
+    // neighbouring frame and only the clip's true ends get a stand-in.
+    const int64_t first_k = o.range ? o.range->first : 0;
+    int64_t end_k = o.frames ? *o.frames : INT64_MAX;
+    if (o.range && o.range->last) end_k = std::min<int64_t>(end_k, *o.range->last + 1);
+    // Which source frame an output frame shows depends on its number and the
+    // plan alone, never on the piece or the process that renders it; a
+    // selection decided from the pictures must be decided from the whole
+    // source, or pieces would not join.
+    auto source_frame_of = [&](int64_t k) {
+        return source_frame_at(k * plan.time_base.time_step, plan.time_base, plan.layer_rate);
+    };
+    // Two frames more than the effect's look back: a film frame put back
+    // together may take a field from a frame before that.
+    const int64_t base = first_k > 0 ? std::max<int64_t>(0, source_frame_of(first_k) - 3) : 0;
+    if (base > 0) {
+        try {
+            if (reader->skip(plan.first_source_frame + base) < plan.first_source_frame + base)
+                throw Failure(kExitUsage, o.input + ": --range starts beyond the last frame");
+        } catch (const CliError& e) {
+            throw Failure(kExitInput, e.what());
+        }
+    }
+
     // Declared after the reader and the writer: its threads stop before they go.
     RenderPipeline pipeline(
         o.threads != 1,
@@ -137,8 +217,9 @@ int run_render(const Options& o) {
             }
         },
         check_interrupt);
-    FrameSource source([&](HostFrame& f) { return pipeline.next(f); }, plan.first_source_frame);
-    if (!source.has(0)) throw Failure(kExitUsage, o.input + ": --start lies beyond the last frame");
+    FrameSource source([&](HostFrame& f) { return pipeline.next(f); }, base > 0 ? 0 : plan.first_source_frame, base);
+    if (!source.has(base)) throw Failure(kExitUsage, o.input + ": --start lies beyond the last frame");
+    if (o.range && first_k >= end_k) throw Failure(kExitUsage, o.input + ": --range starts after the last frame --frames allows");
 
     EffectSetup setup = setup_for(o, info, plan);
     setup.frame_at = [&](int64_t i) -> const HostFrame& { return source.at(i); };
@@ -154,8 +235,31 @@ int run_render(const Options& o) {
             print_effect_message(stderr, auto_setup.message);
         }
     }
-    plan_fields(info, o, need_auto ? &auto_setup : nullptr, plan);
+    plan_fields(info, o, need_auto ? &auto_setup : nullptr, fields ? &*fields : nullptr, plan);
+    if (need_auto && !auto_setup.succeeded) say(o.quiet, auto_setup_follow_up(info, plan));
     for (const std::string& n : plan.notes) say(o.quiet, "note: " + n);
+    const std::optional<PulldownPlan> film = plan_film_frames(o, plan);
+    // The recovered film frame for output frame k, if any.
+    auto film_slot = [&](int64_t k) -> const PulldownPlan::Slot* {
+        if (!film || k < 0 || k >= int64_t(film->slots.size()) || !film->slots[size_t(k)].recovered()) return nullptr;
+        return &film->slots[size_t(k)];
+    };
+    // The first source frame still needed at output frame k: film frames
+    // near it may reach a frame further back.
+    auto keep_from = [&](int64_t k, int64_t cur) {
+        int64_t keep = cur - 1;
+        for (int64_t j = k; j <= k + 2; ++j)
+            if (const PulldownPlan::Slot* s = film_slot(j)) keep = std::min({keep, s->upper_frame, s->lower_frame});
+        return keep;
+    };
+    // Output frame k as a film frame put back together from its fields, when it is one.
+    auto weave_film = [&](int64_t k, HostFrame& f) {
+        const PulldownPlan::Slot* s = film_slot(k);
+        if (!s) return false;
+        source.has(std::max(s->upper_frame, s->lower_frame));
+        weave_fields(source.at(s->upper_frame), source.at(s->lower_frame), f);
+        return true;
+    };
 
     const int64_t expected =
         output_frame_count(setup.layer_frames, plan, o.frames ? std::optional<int64_t>(*o.frames) : std::nullopt);
@@ -165,22 +269,48 @@ int run_render(const Options& o) {
                      output_kind_name(kind) + ", " + std::to_string(plan.depth) + "-bit host frames" +
                      (o.draft ? ", draft" : "") + (o.show.empty() ? "" : ", view " + o.show) + ")");
 
-    runner.set_params(params_for(o, plan));
-    Progress progress(expected > 0 ? expected : 1, o.quiet);
+    const EffectParams params = params_for(o, plan);
+    runner.set_params(params);
+    const int64_t to_write = std::min(expected, end_k) - first_k;
+    Progress progress(to_write > 0 ? to_write : 1, o.quiet);
+    int jobs = o.jobs ? o.jobs : o.threads == 1 ? 1 : cores_available();
+    if (to_write > 0 && jobs > to_write) jobs = static_cast<int>(to_write);
     HostFrame out;
-    int64_t k = 0;
-    for (;; ++k) {
+    int64_t k = first_k;
+    ProcessRenderResult processes;
+    if (jobs > 1) {
+        ProcessRender pr;
+        pr.jobs = jobs;
+        pr.setup = setup;
+        pr.params = params;
+        pr.source = &source;
+        pr.pipeline = &pipeline;
+        pr.first_k = first_k;
+        pr.end_k = end_k;
+        pr.source_frame_of = source_frame_of;
+        pr.made_here = weave_film;
+        pr.keep_from = keep_from;
+        pr.written = [&](int64_t done) { progress.update(done - first_k + 1); };
+        pr.check = check_interrupt;
+        processes = render_in_processes(pr);
+        k = processes.end_k;
+        if (!processes.not_started.empty()) {
+            say(o.quiet, "note: rendering in one process: " + processes.not_started);
+            jobs = 1;
+        }
+    }
+    for (; jobs == 1; ++k) {
         check_interrupt();
-        if (o.frames && k >= *o.frames) break;
-        const int64_t t = k * plan.time_base.time_step;
-        const int64_t cur = source_frame_at(t, plan.time_base, plan.layer_rate);
+        if (k >= end_k) break;
+        const int64_t cur = source_frame_of(k);
         if (!source.has(cur)) break;
         // The effect looks one source frame back and at most two ahead: decode
         // those now, so read errors surface here and not inside the effect.
+        // Film frames near this one may reach a frame further either way.
         source.has(cur + 2);
-        source.release_before(cur - 1);
+        source.release_before(keep_from(k, cur));
         try {
-            runner.render(k, out);
+            if (!weave_film(k, out)) runner.render(k, out);
         } catch (...) {
             // One thread would have met a failed write of an earlier frame first.
             pipeline.settle();
@@ -188,13 +318,16 @@ int run_render(const Options& o) {
         }
         check_interrupt();
         pipeline.put(out);
-        progress.update(k + 1);
+        progress.update(k - first_k + 1);
     }
     pipeline.drain();
-    if (k == 0) throw Failure(kExitInput, o.input + ": no frames to convert");
-    progress.finish();
+    if (k == first_k)
+        throw Failure(o.range ? kExitUsage : kExitInput,
+                      o.input + (o.range ? ": --range starts beyond the last output frame" : ": no frames to convert"));
+    progress.finish(k - first_k);
 
     std::string leaks = runner.close();
+    if (!processes.leaks.empty()) leaks += (leaks.empty() ? "" : "\n") + processes.leaks;
     if (!leaks.empty()) {
         std::fprintf(stderr, "%s\n", leaks.c_str());
         throw Failure(kExitEffect, setup.module_path + ": the effect left resources behind (listed above)");
@@ -207,10 +340,28 @@ int run_render(const Options& o) {
     if (!reader->timing_notice().empty()) say(o.quiet, "note: " + reader->timing_notice());
     if (!writer->audio_notice().empty()) say(o.quiet, "note: " + writer->audio_notice());
     if (!writer->alpha_notice().empty()) say(o.quiet, "note: " + writer->alpha_notice());
+    if (!processes.peak_kb.empty()) {
+        const int64_t peak = *std::max_element(processes.peak_kb.begin(), processes.peak_kb.end());
+        rusage self{};
+        getrusage(RUSAGE_SELF, &self);
+        const double own = static_cast<double>(self.ru_utime.tv_sec + self.ru_stime.tv_sec) +
+                           (self.ru_utime.tv_usec + self.ru_stime.tv_usec) / 1e6;
+        timespec main_thread{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &main_thread);
+        char cpu[300];
+        std::snprintf(cpu, sizeof cpu,
+                      "; processor time %.2f s in them, %.2f s in tessen itself (decoding thread %.2f s, "
+                      "encoding thread %.2f s, handing frames out and in %.2f s, FFmpeg's own threads the rest)",
+                      processes.cpu_seconds, own, pipeline.decode_seconds(), pipeline.encode_seconds(),
+                      static_cast<double>(main_thread.tv_sec) + main_thread.tv_nsec / 1e9);
+        say(o.quiet, "note: " + std::to_string(jobs) + " effect processes, each at most " + std::to_string(peak / 1024) +
+                         " MB resident at its peak, and " + std::to_string(processes.shared_bytes >> 20) +
+                         " MB of frames shared with them" + cpu);
+    }
     char summary[256];
     std::snprintf(summary, sizeof summary, "wrote %s: %lld frames at %s fps, %.3f s%s", o.output.c_str(),
-                  static_cast<long long>(k), comp_rate_text(plan.rate),
-                  static_cast<double>(k) / plan.comp_rate.value(),
+                  static_cast<long long>(k - first_k), comp_rate_text(plan.rate),
+                  static_cast<double>(k - first_k) / plan.comp_rate.value(),
                   writer->audio_streams_copied() > 0 ? ", with audio" : "");
     say(o.quiet, summary);
     return kExitOk;
@@ -248,7 +399,7 @@ int run_auto_setup(const Options& o) {
     AutoSetupResult r = runner.press_auto_setup();
     std::string leaks = runner.close();
 
-    std::printf("%s: %dx%d, %s fps, field order %s; composition %s fps\n", o.input.c_str(), info.width, info.height,
+    std::printf("%s: %dx%d, %s fps, tagged %s; composition %s fps\n", o.input.c_str(), info.width, info.height,
                 [&] {
                     static char b[32];
                     std::snprintf(b, sizeof b, "%.3f", info.frame_rate.value());
@@ -267,11 +418,22 @@ int run_auto_setup(const Options& o) {
     std::printf("Field Order: %s\n", r.field_order == kUpperFirst   ? "Upper Field First"
                                      : r.field_order == kLowerFirst ? "Lower Field First"
                                                                     : "?");
-    if (info.field_order == FieldOrder::UpperFirst || info.field_order == FieldOrder::LowerFirst) {
-        const int recorded = info.field_order == FieldOrder::UpperFirst ? kUpperFirst : kLowerFirst;
-        if (recorded != r.field_order)
-            std::printf("note: the file records %s; tessen render uses the file's field order\n",
-                        field_order_name(info.field_order));
+    // What tessen render makes of the file's fields.
+    ConversionPlan plan;
+    if (!plan_rates(info, o, plan)) {
+        FieldAnalysis fields;
+        try {
+            fields = analyse_fields(o.input);
+        } catch (const CliError& e) {
+            throw Failure(kExitInput, e.what());
+        }
+        if (Refusal refusal = refuse_unfielded(fields, o)) {
+            std::printf("note: tessen render refuses it: %s\n", refusal.message.c_str());
+        } else {
+            plan_fields(info, o, &r, &fields, plan);
+            std::printf("note: tessen render uses %s field first, %s\n",
+                        plan.field_order == kUpperFirst ? "upper" : "lower", field_basis_reason(plan.field_basis));
+        }
     }
     if (by_rate && r.source_video != (*by_rate == SourceStandard::kNtsc ? kSourceNtsc : kSourcePal))
         std::printf("note: the file runs at %.3f fps, so tessen render treats it as %s\n", info.frame_rate.value(),
@@ -287,6 +449,7 @@ int run_auto_setup(const Options& o) {
 }  // namespace
 
 int run_command_line(int argc, char** argv) {
+    if (argc == 2 && std::string(argv[1]) == worker::kProcessCommand) return run_effect_process();
     std::vector<std::string> args(argv + 1, argv + argc);
     ParseResult parsed = parse_command_line(args);
     if (!parsed.error.empty()) {

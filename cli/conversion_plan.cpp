@@ -120,16 +120,37 @@ Refusal plan_rates(const VideoInfo& info, const Options& options, ConversionPlan
             "PAL to 23.976: the source is conformed to 23.976 fps, so every source frame becomes one output "
             "frame and the clip plays 4% longer");
     // Audio keeps its place only while the output covers the source's time.
-    const bool trimmed = options.start.has_value() || options.frames.has_value();
+    const bool trimmed = options.start.has_value() || options.frames.has_value() || options.range.has_value();
     plan.keep_audio = info.has_audio && !plan.conformed && !trimmed;
     if (info.has_audio && !plan.keep_audio)
         plan.notes.push_back(plan.conformed ? "audio dropped: the conformed video is longer than the sound"
-                                            : "audio dropped: --start or --frames changes the duration");
+                                            : "audio dropped: --start, --frames or --range changes the duration");
     return r;
 }
 
+const char* field_basis_reason(FieldBasis b) {
+    switch (b) {
+    case FieldBasis::kOption: return "as --field-order says";
+    case FieldBasis::kContent: return "as its pictures show";
+    case FieldBasis::kFlags: return "as its frames are flagged";
+    case FieldBasis::kTag: return "as the file records it";
+    case FieldBasis::kGuess: break;
+    }
+    return "as Auto Setup set it, since nothing in the file says (--field-order chooses)";
+}
+
+namespace {
+
+const char* order_name(int fo) { return fo == kUpperFirst ? "upper" : "lower"; }
+
+int popup_of(FieldOrder o) {
+    return o == FieldOrder::UpperFirst ? kUpperFirst : o == FieldOrder::LowerFirst ? kLowerFirst : 0;
+}
+
+}  // namespace
+
 void plan_fields(const VideoInfo& info, const Options& options, const AutoSetupResult* auto_setup,
-                 ConversionPlan& plan) {
+                 const FieldAnalysis* analysis, ConversionPlan& plan) {
     // Source: the file's frame rate decides (plan_rates); Auto Setup's guess
     // from the frame size is only reported when it disagrees.
     if (!options.source && auto_setup && auto_setup->source_video != plan.source_video &&
@@ -140,28 +161,89 @@ void plan_fields(const VideoInfo& info, const Options& options, const AutoSetupR
 
     if (options.field_order) {
         plan.field_order = *options.field_order == FieldOrderOpt::kUpper ? kUpperFirst : kLowerFirst;
+        plan.field_basis = FieldBasis::kOption;
         return;
     }
     const int guess = auto_setup && (auto_setup->field_order == kUpperFirst || auto_setup->field_order == kLowerFirst)
                           ? auto_setup->field_order
                           : kLowerFirst;
-    auto name = [](int fo) { return fo == kUpperFirst ? "upper" : "lower"; };
-    if (info.field_order == FieldOrder::UpperFirst || info.field_order == FieldOrder::LowerFirst) {
-        const int recorded = info.field_order == FieldOrder::UpperFirst ? kUpperFirst : kLowerFirst;
-        std::string note = std::string("field order: ") + name(recorded) + " field first, as the file records it";
-        if (recorded != guess)
-            note += std::string(" (Auto Setup guessed ") + name(guess) + " field first from the frame size)";
-        plan.notes.push_back(note);
-        plan.field_order = recorded;
+    const FieldOrder tag_order = analysis ? analysis->tag : info.field_order;
+    const int content = analysis ? popup_of(analysis->by_content()) : 0;
+    const int flags = analysis ? popup_of(analysis->by_flags()) : 0;
+    const int tag = popup_of(tag_order);
+    const std::string guessed =
+        auto_setup ? std::string(" (Auto Setup guessed ") + order_name(guess) + " field first from the frame size)" : "";
+
+    if (content) {
+        plan.field_order = content;
+        plan.field_basis = FieldBasis::kContent;
+        // The file may say otherwise in its frames' flags or in its tag.
+        const int said = flags && flags != content ? flags : tag && tag != content ? tag : 0;
+        if (said)
+            plan.notes.push_back(std::string("the file says ") + order_name(said) + " field first; its pictures are " +
+                                 order_name(content) + " field first: using " + order_name(content));
+        else
+            plan.notes.push_back(std::string("field order: ") + order_name(content) +
+                                 " field first, as the pictures show" + (content != guess ? guessed : ""));
         return;
     }
-    if (info.field_order == FieldOrder::Progressive)
-        plan.notes.push_back(std::string("the file is marked progressive; converting it as interlaced, ") +
-                             name(guess) + " field first");
-    else if (auto_setup && !auto_setup->succeeded)
-        plan.notes.push_back(std::string("Auto Setup could not place this frame size; using ") + name(guess) +
-                             " field first as it set (--field-order chooses)");
+    if (flags) {
+        plan.field_order = flags;
+        plan.field_basis = FieldBasis::kFlags;
+        if (tag && tag != flags)
+            plan.notes.push_back(std::string("the file's container says ") + order_name(tag) +
+                                 " field first; its frames are flagged " + order_name(flags) +
+                                 " field first: using " + order_name(flags));
+        else
+            plan.notes.push_back(std::string("field order: ") + order_name(flags) +
+                                 " field first, as the frames are flagged" + (flags != guess ? guessed : ""));
+        return;
+    }
+    if (tag) {
+        plan.field_order = tag;
+        plan.field_basis = FieldBasis::kTag;
+        plan.notes.push_back(std::string("field order: ") + order_name(tag) + " field first, as the file records it" +
+                             (tag != guess ? guessed : ""));
+        return;
+    }
     plan.field_order = guess;
+    plan.field_basis = FieldBasis::kGuess;
+    if (tag_order == FieldOrder::Progressive)
+        plan.notes.push_back(std::string("the file is marked progressive; converting it as interlaced, ") +
+                             order_name(guess) + " field first");
+    else if (auto_setup && auto_setup->succeeded)
+        plan.notes.push_back(std::string("field order: ") + order_name(guess) +
+                             " field first, as Auto Setup guessed from the frame size (nothing in the file says)");
+}
+
+Refusal refuse_unfielded(const FieldAnalysis& analysis, const Options& options) {
+    Refusal r;
+    // Progressive frames with repeat-field flags play as interlaced video
+    // (soft pulldown): not refused.
+    if (options.force || options.field_order || analysis.repeats_field > 0) return r;
+    if (analysis.still()) {
+        r.kind = Refusal::Kind::kUnsupported;
+        r.message = "a still image: one picture has no fields to deinterlace (--force converts it as a one-frame clip)";
+        return r;
+    }
+    const FieldOrder content = analysis.by_content();
+    const bool marked = analysis.tag == FieldOrder::Progressive && analysis.flagged_interlaced == 0;
+    if (content == FieldOrder::Progressive || (content == FieldOrder::Unknown && marked)) {
+        r.kind = Refusal::Kind::kUnsupported;
+        r.message = "the video is progressive (" +
+                    std::string(content == FieldOrder::Progressive
+                                    ? "no combing in its first " + std::to_string(analysis.frames) + " frames"
+                                    : "the file marks it so and its pictures do not say otherwise") +
+                    "): there are no fields to deinterlace; --force converts it anyway";
+    }
+    return r;
+}
+
+std::string auto_setup_follow_up(const VideoInfo& info, const ConversionPlan& plan) {
+    const std::string why = field_basis_reason(plan.field_basis);
+    return "Auto Setup could not place " + std::to_string(info.width) + "x" + std::to_string(info.height) +
+           "; tessen uses " + standard_name(plan.standard) + ", from the file's " + rate_text(info.frame_rate) +
+           " fps, and " + order_name(plan.field_order) + " field first, " + why;
 }
 
 Refusal plan_start(const VideoInfo& info, const Options& options, ConversionPlan& plan) {

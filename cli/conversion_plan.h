@@ -5,6 +5,7 @@
 // before anything is rendered.
 #pragma once
 
+#include "cli/field_analysis.h"
 #include "cli/options.h"
 #include "cli/video_io.h"
 
@@ -59,6 +60,10 @@ struct AutoSetupResult {
     std::string message;   // the effect's own text, as it wrote it
 };
 
+// What settled the field order, strongest first.
+enum class FieldBasis { kOption, kContent, kFlags, kTag, kGuess };
+const char* field_basis_reason(FieldBasis b);  // "as its pictures show", ...
+
 struct ConversionPlan {
     SourceStandard standard = SourceStandard::kNtsc;
     CompRate rate = CompRate::k23_976;
@@ -67,6 +72,7 @@ struct ConversionPlan {
     Rational layer_rate;      // rate the source frames are interpreted at
     bool conformed = false;   // PAL at 23.976: slowed, one output frame per source frame
     int field_order = kLowerFirst;
+    FieldBasis field_basis = FieldBasis::kGuess;
     int source_video = kSourceNtsc;
     int64_t first_source_frame = 0;
     int depth = 8;
@@ -78,10 +84,20 @@ struct ConversionPlan {
 // not supported or the frame is too small. Needs no Auto Setup.
 Refusal plan_rates(const VideoInfo& info, const Options& options, ConversionPlan& plan);
 
-// Settles source and field order from the options, the container's field
-// order and Auto Setup's result (null when Auto Setup was not needed).
+// Settles source and field order. The field order comes from --field-order,
+// else what the pictures show, else how the frames are flagged, else the
+// container's tag (the analysis's, else the reader's), else Auto Setup's
+// guess from the frame size. `analysis` and `auto_setup` may be null.
 void plan_fields(const VideoInfo& info, const Options& options, const AutoSetupResult* auto_setup,
-                 ConversionPlan& plan);
+                 const FieldAnalysis* analysis, ConversionPlan& plan);
+
+// A refusal for a still image or a progressive source, unless --force or
+// --field-order says to convert it anyway.
+Refusal refuse_unfielded(const FieldAnalysis& analysis, const Options& options);
+
+// The line said after Auto Setup's "Failed" message: what tessen chose
+// instead, and why.
+std::string auto_setup_follow_up(const VideoInfo& info, const ConversionPlan& plan);
 
 // First source frame of --start; a refusal when it lies beyond a known end.
 Refusal plan_start(const VideoInfo& info, const Options& options, ConversionPlan& plan);

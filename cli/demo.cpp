@@ -177,7 +177,7 @@ int run_demo(const Options& o) {
         output.push_back(std::move(out));
         progress.update(k + 1);
     }
-    progress.finish();
+    progress.finish(out_frames);
     std::string leaks = runner.close();
     if (!leaks.empty()) {
         std::fprintf(stderr, "%s\n", leaks.c_str());

@@ -53,6 +53,14 @@ std::unique_ptr<headless::Module> load_module(const std::string& path) {
     return module;
 }
 
+// The output world's rows, packed.
+void render_into_rows(const headless::World& w, uint8_t* out) {
+    const size_t row = static_cast<size_t>(w.width()) * 4 * (w.deep() ? 2 : 1);
+    const auto* base = static_cast<const uint8_t*>(static_cast<const void*>(w.def().data));
+    for (int y = 0; y < w.height(); ++y)
+        std::memcpy(out + static_cast<size_t>(y) * row, base + static_cast<size_t>(y) * w.def().rowbytes, row);
+}
+
 std::string trimmed(std::string s) {
     while (!s.empty() && (s.back() == '\n' || s.back() == '\r' || s.back() == ' ')) s.pop_back();
     return s;
@@ -160,13 +168,19 @@ EffectRunner::EffectRunner(const EffectSetup& setup) : impl_(std::make_unique<Im
     clip.frame = [mp](A_long index, headless::World& into) {
         if (mp->pending) return;
         try {
-            const HostFrame& f = mp->setup.frame_at(index);
-            if (f.width != into.width() || f.height != into.height() || (f.depth == 16) != into.deep())
-                throw CliError("", "a source frame changed size or depth");
-            const size_t row = static_cast<size_t>(f.width) * 4 * (f.depth / 8);
+            const size_t row = static_cast<size_t>(into.width()) * 4 * (into.deep() ? 2 : 1);
+            const uint8_t* src;
+            if (mp->setup.rows_at) {
+                src = mp->setup.rows_at(index);
+            } else {
+                const HostFrame& f = mp->setup.frame_at(index);
+                if (f.width != into.width() || f.height != into.height() || (f.depth == 16) != into.deep())
+                    throw CliError("", "a source frame changed size or depth");
+                src = f.row8(0);
+            }
             auto* base = static_cast<uint8_t*>(static_cast<void*>(into.def().data));
-            for (int y = 0; y < f.height; ++y)
-                std::memcpy(base + static_cast<size_t>(y) * into.def().rowbytes, f.row8(y), row);
+            for (int y = 0; y < into.height(); ++y)
+                std::memcpy(base + static_cast<size_t>(y) * into.def().rowbytes, src + y * row, row);
         } catch (...) {
             mp->pending = std::current_exception();
         }
@@ -263,6 +277,18 @@ void EffectRunner::set_params(const EffectParams& p) {
 }
 
 void EffectRunner::render(int64_t k, HostFrame& out) {
+    render_world(k);
+    const headless::World& w = impl_->effect->output();
+    out.allocate(w.width(), w.height(), w.deep() ? 16 : 8);
+    render_into_rows(w, out.row8(0));
+}
+
+void EffectRunner::render_into(int64_t k, uint8_t* out) {
+    render_world(k);
+    render_into_rows(impl_->effect->output(), out);
+}
+
+void EffectRunner::render_world(int64_t k) {
     Impl& m = *impl_;
     headless::EffectInstance& fx = *m.effect;
     fx.set_current_time(static_cast<A_long>(k * m.setup.time_base.time_step));
@@ -272,13 +298,6 @@ void EffectRunner::render(int64_t k, HostFrame& out) {
         throw CliError(m.setup.module_path, "render of frame " + std::to_string(k) + ": " + m.what_went_wrong(0));
     if (fx.outstanding_checkouts() != 0)
         throw CliError(m.setup.module_path, "render of frame " + std::to_string(k) + " left layers checked out");
-
-    const headless::World& w = fx.output();
-    out.allocate(w.width(), w.height(), w.deep() ? 16 : 8);
-    const size_t row = static_cast<size_t>(out.width) * 4 * (out.depth / 8);
-    const auto* base = static_cast<const uint8_t*>(static_cast<const void*>(w.def().data));
-    for (int y = 0; y < out.height; ++y)
-        std::memcpy(out.row8(y), base + static_cast<size_t>(y) * w.def().rowbytes, row);
 }
 
 std::string EffectRunner::close() {

@@ -27,6 +27,9 @@ struct EffectSetup {
     // Source frame i of the layer; i may lie outside the clip (negative
     // before the start), and the caller decides what stands there.
     std::function<const HostFrame&(int64_t)> frame_at;
+    // Instead of frame_at: the packed rows (width * 4 * depth / 8 bytes each)
+    // of source frame i, e.g. in memory shared with another process.
+    std::function<const uint8_t*(int64_t)> rows_at;
 };
 
 struct EffectParams {
@@ -57,11 +60,14 @@ public:
     // Renders output frame k (current_time = k * time_step) into `out`
     // (allocated here at the setup's size and depth).
     void render(int64_t k, HostFrame& out);
+    // The same into packed rows at `out` (width * height * 4 * depth / 8 bytes).
+    void render_into(int64_t k, uint8_t* out);
     // Sequence and global set-down; returns what leaked or went wrong in the
     // host's eyes, "" when clean.
     std::string close();
 
 private:
+    void render_world(int64_t k);
     struct Impl;
     std::unique_ptr<Impl> impl_;
 };

@@ -27,22 +27,28 @@ class FrameSource {
 public:
     // Frames before `first_frame` are skipped. `decode` fills the next frame
     // and returns false at the end of the stream; its errors pass through.
-    FrameSource(std::function<bool(HostFrame&)> decode, int64_t first_frame);
+    // With `index_base` > 0 the first frame decoded is frame index_base of
+    // the clip (the caller skipped those before it, which are never asked
+    // for): a piece of a longer render numbers its frames as the whole does.
+    FrameSource(std::function<bool(HostFrame&)> decode, int64_t first_frame, int64_t index_base = 0);
 
     // Whether frame i (counted from the first frame) exists; reads ahead as needed.
     bool has(int64_t i);
     // Frame i; a frame outside the clip is stood in for by stand_in_frame().
     const HostFrame& at(int64_t i);
+    // The index of the frame at(i) returns (i itself inside the clip).
+    int64_t resolve(int64_t i);
     // Forget frames before i.
     void release_before(int64_t i);
     // Number of frames, once the end has been reached; -1 before.
-    int64_t known_count() const { return ended_ ? end_ : -1; }
+    int64_t known_count() const { return ended_ ? base_ + end_ : -1; }
 
 private:
     bool fill_to(int64_t i);
 
     std::function<bool(HostFrame&)> decode_;
     int64_t skip_;
+    int64_t base_;
     std::deque<HostFrame> window_;
     std::vector<HostFrame> spare_;  // released frames whose buffers the next decodes reuse
     int64_t window_start_ = 0;  // index of window_.front()

@@ -34,6 +34,22 @@ bool parse_double(const std::string& s, double& out) {
     return true;
 }
 
+// "A-B" with A <= B, or "A-": digits only.
+bool parse_frame_range(const std::string& s, FrameRange& out) {
+    const size_t dash = s.find('-');
+    if (dash == std::string::npos) return false;
+    const std::string a = s.substr(0, dash), b = s.substr(dash + 1);
+    auto digits = [](const std::string& t) { return !t.empty() && t.find_first_not_of("0123456789") == std::string::npos; };
+    long long first = 0, last = 0;
+    if (!digits(a) || !parse_long(a, first)) return false;
+    out.first = first;
+    out.last.reset();
+    if (b.empty()) return true;
+    if (!digits(b) || !parse_long(b, last) || last < first) return false;
+    out.last = last;
+    return true;
+}
+
 // "12" is a frame index; "1.5", "1.5s", "01:02.5" and "1:02:03" are times.
 bool parse_start(const std::string& s, StartPoint& out) {
     long long frame = 0;
@@ -129,13 +145,22 @@ const char* help_text() {
            "                           PAL to 25, or to 23.976 by conforming: every source frame\n"
            "                           becomes one output frame, so the clip plays longer.\n"
            "  --source ntsc|pal        source standard (default: from Auto Setup and the file)\n"
-           "  --field-order upper|lower  field dominance (default: the file's own record, else\n"
-           "                           Auto Setup's guess from the frame size)\n"
+           "  --field-order upper|lower  field dominance (default: what the first frames'\n"
+           "                           motion shows, else how the frames are flagged, else the\n"
+           "                           file's tag, else Auto Setup's guess from the frame size)\n"
+           "  --force                  convert a source that looks progressive, or a still\n"
+           "                           image, which are otherwise refused (--field-order also\n"
+           "                           says the source is interlaced)\n"
            "  --motion N               Motion Detection Adjustment, -100..100 (default 20)\n"
            "  --pattern-size N         Detail Pattern Size, 1..12 (default 4)\n"
            "  --deartifact none|422|311|411  remove chroma fringes of subsampled sources\n"
            "                           (411 also serves 4:2:0)\n"
            "  --no-deinterlace         leave the frames as they are (deartifacting still runs)\n"
+           "  --pulldown auto|remove|keep  film telecined to NTSC by 3:2 pulldown (default auto:\n"
+           "                           where the cadence holds, the film frames are put back\n"
+           "                           together from their fields and the effect renders the\n"
+           "                           rest; remove: the same, an error when there is no\n"
+           "                           cadence; keep: every frame through the effect)\n"
            "  --show VIEW              render a diagnostic view instead of the result: result,\n"
            "                           all-fields, field-2, field-1, field0, field+1, gradient,\n"
            "                           difference, auto-levels, match-points,\n"
@@ -146,9 +171,15 @@ const char* help_text() {
            "  --start F|T              first source frame (an index such as 120) or time (such\n"
            "                           as 4.5s or 00:01:04.5)\n"
            "  --frames N               number of output frames to write\n"
+           "  --range A-B              only output frames A to B (from 0, both included; A-\n"
+           "                           runs to the end): pieces joined with FFmpeg's concat\n"
+           "                           demuxer equal the whole render, frame for frame\n"
            "  --threads 1              decode, render and encode one after another on one\n"
            "                           thread (default: each on a thread of its own, in a\n"
            "                           pipeline; the effect itself always runs on one thread)\n"
+           "  -j, --jobs N             run N copies of the effect, each in a process of its\n"
+           "                           own (default: one per core it may use; 1 with\n"
+           "                           --threads 1)\n"
            "  --module PATH            effect module to load (default: $TESSEN_MODULE, else the\n"
            "                           TessenPlus.so installed beside tessen)\n"
            "  -y                       overwrite OUT if it exists\n"
@@ -161,8 +192,8 @@ const char* help_text() {
            "  2    usage error\n"
            "  3    input cannot be read: missing, unreadable, no video stream, corrupt or\n"
            "       truncated\n"
-           "  4    input not supported: frame rate or conversion, or frame size below the\n"
-           "       effect's minimum\n"
+           "  4    input not supported: frame rate or conversion, frame size below the\n"
+           "       effect's minimum, a progressive source or a still image\n"
            "  5    output cannot be written: exists (use -y), folder not writable, disk full\n"
            "  128+N  stopped by signal N (130 Ctrl-C, 143 SIGTERM, 129 SIGHUP, 141 SIGPIPE)\n"
            "No output file is left behind when tessen fails or is interrupted.\n";
@@ -258,6 +289,9 @@ ParseResult parse_command_line(const std::vector<std::string>& args) {
         } else if (opt == "-y" || opt == "--overwrite") {
             if (!render_only()) return r;
             o.overwrite = true;
+        } else if (opt == "--force") {
+            if (!render_only()) return r;
+            o.force = true;
         } else if (opt == "--source") {
             if (!render_only() || !take()) return r;
             std::string v = lower(value);
@@ -274,6 +308,16 @@ ParseResult parse_command_line(const std::vector<std::string>& args) {
             else if (v == "lower" || v == "bff" || v == "bottom") o.field_order = FieldOrderOpt::kLower;
             else {
                 r.error = "--field-order must be upper or lower (got '" + value + "')";
+                return r;
+            }
+        } else if (opt == "--pulldown") {
+            if (!render_only() || !take()) return r;
+            std::string v = lower(value);
+            if (v == "auto") o.pulldown = Pulldown::kAuto;
+            else if (v == "remove") o.pulldown = Pulldown::kRemove;
+            else if (v == "keep") o.pulldown = Pulldown::kKeep;
+            else {
+                r.error = "--pulldown must be auto, remove or keep (got '" + value + "')";
                 return r;
             }
         } else if (opt == "--motion") {
@@ -350,6 +394,22 @@ ParseResult parse_command_line(const std::vector<std::string>& args) {
                 return r;
             }
             o.threads = v == 1 ? 1 : 0;
+        } else if (opt == "--jobs" || opt == "-j") {
+            if (!render_only() || !take()) return r;
+            long long v = 0;
+            if (!parse_long(value, v) || v < 1 || v > 256) {
+                r.error = "--jobs must be a whole number from 1 to 256 (got '" + value + "')";
+                return r;
+            }
+            o.jobs = static_cast<int>(v);
+        } else if (opt == "--range") {
+            if (!render_only() || !take()) return r;
+            FrameRange fr;
+            if (!parse_frame_range(value, fr)) {
+                r.error = "--range must be output frames A-B or A- (e.g. 0-1199, 1200-) (got '" + value + "')";
+                return r;
+            }
+            o.range = fr;
         } else {
             r.error = "unknown option '" + a + "'";
             return r;

@@ -16,11 +16,23 @@ enum class FieldOrderOpt { kUpper, kLower };
 // Values of the effect's "Deartifacting" popup, 1-based as the effect sees them.
 enum class Deartifact { kNone = 1, k422 = 2, k311 = 3, k411 = 4 };
 
+// 3:2 pulldown in NTSC sources: auto recovers the film frames where the
+// cadence holds, remove does too and fails when there is none, keep sends
+// every frame through the effect.
+enum class Pulldown { kAuto, kRemove, kKeep };
+
 // A first source frame given either as an index or as a time in seconds.
 struct StartPoint {
     bool is_time = false;
     long long frame = 0;
     double seconds = 0.0;
+};
+
+// Output frames A to B (both included, numbered from 0 as in a whole
+// run); without B, to the end.
+struct FrameRange {
+    long long first = 0;
+    std::optional<long long> last;
 };
 
 struct Options {
@@ -36,6 +48,7 @@ struct Options {
     double motion = 20.0;
     int pattern_size = 4;
     Deartifact deartifact = Deartifact::kNone;
+    Pulldown pulldown = Pulldown::kAuto;
     bool deinterlace = true;
     std::string show;  // empty: diagnostic views off
     int show_ordinal = 1;
@@ -44,7 +57,10 @@ struct Options {
     std::optional<StartPoint> start;
     std::optional<long long> frames;
     int threads = 0;  // 0: decoding, the effect and encoding on threads of their own; 1: all on one
+    int jobs = 0;     // effect processes; 0: one per core (one when --threads 1)
+    std::optional<FrameRange> range;
     bool overwrite = false;
+    bool force = false;  // convert a source that looks progressive, or a still image
     bool quiet = false;
     std::string module;  // empty: TESSEN_MODULE or the built-in path
 };

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <ctime>
 #include <pthread.h>
 #include <utility>
 
@@ -28,6 +29,12 @@ private:
     sigset_t old_;
 };
 
+int64_t thread_cpu_ns() {
+    timespec t{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return static_cast<int64_t>(t.tv_sec) * 1000000000 + t.tv_nsec;
+}
+
 }  // namespace
 
 RenderPipeline::RenderPipeline(bool threaded, std::function<bool(HostFrame&)> decode,
@@ -35,9 +42,15 @@ RenderPipeline::RenderPipeline(bool threaded, std::function<bool(HostFrame&)> de
     : threaded_(threaded), decode_(std::move(decode)), encode_(std::move(encode)), check_(std::move(check)) {
     if (!threaded_) return;
     SignalsBlocked blocked;  // the threads inherit the mask
-    decoder_ = std::thread([this] { decode_loop(); });
+    decoder_ = std::thread([this] {
+        decode_loop();
+        decode_cpu_ns_ = thread_cpu_ns();
+    });
     try {
-        encoder_ = std::thread([this] { encode_loop(); });
+        encoder_ = std::thread([this] {
+            encode_loop();
+            encode_cpu_ns_ = thread_cpu_ns();
+        });
     } catch (...) {
         stop_and_join();
         throw;

@@ -13,6 +13,7 @@
 
 #include "cli/video_io.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -44,6 +45,11 @@ public:
     // error. settle() leaves the encoder open for more, drain() closes it.
     void settle();
     void drain();
+    // Processor time of the decoding and the encoding thread, once each has
+    // finished (drain() for the encoder, the stream's end for the decoder); 0
+    // before, and unthreaded.
+    double decode_seconds() const { return decode_cpu_ns_ / 1e9; }
+    double encode_seconds() const { return encode_cpu_ns_ / 1e9; }
 
 private:
     struct Item {
@@ -75,6 +81,7 @@ private:
     bool encoder_done_ = false;
     size_t in_flight_ = 0;                // handed over and not yet encoded
     std::exception_ptr encode_error_;
+    std::atomic<int64_t> decode_cpu_ns_{0}, encode_cpu_ns_{0};
     std::thread decoder_, encoder_;
 };
 

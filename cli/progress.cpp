@@ -33,6 +33,7 @@ Progress::~Progress() { interrupt(); }
 
 void Progress::update(long long done) {
     if (style_ == Style::kNone || finished_) return;
+    if (done > total_) total_ = done;  // more frames than estimated
     auto now = Clock::now();
     double since = std::chrono::duration<double>(now - last_draw_).count();
     // A terminal bar redraws a few times a second; plain lines every few seconds.
@@ -44,9 +45,10 @@ void Progress::update(long long done) {
     draw(done, false);
 }
 
-void Progress::finish() {
+void Progress::finish(long long done) {
     if (style_ == Style::kNone || finished_) return;
-    draw(total_, true);
+    total_ = std::max(done, 1LL);
+    draw(done, true);
     finished_ = true;
 }
 

@@ -18,8 +18,9 @@ public:
     ~Progress();
 
     void update(long long frames_done);
-    // Ends the bar's line; prints a last line with the totals.
-    void finish();
+    // Ends the bar's line; prints a last line with the totals. The total
+    // announced was an estimate: the last line counts the frames done.
+    void finish(long long frames_done);
     // Clears the bar's line so that a message can be printed cleanly.
     void interrupt();
 

@@ -63,6 +63,10 @@ struct VideoInfo {
     int64_t frame_count = -1;        // estimate from the container, -1 when unknown
     double duration_seconds = 0.0;   // 0 when unknown
     FieldOrder field_order = FieldOrder::Unknown;
+    // The pictures carry repeat-field flags (soft pulldown): the reader gives
+    // out the frames a player shows, fields paired at the field rate, so the
+    // video reads as interlaced (field_order, frame_rate say how).
+    bool repeat_field_flags = false;
     int bits_per_component = 8;      // of the decoded pixels (8, 10, 12, 16 ...)
     int chroma_shift_x = 0;          // log2 of chroma subsampling: 4:2:2 -> 1,0; 4:2:0 -> 1,1; 4:1:1 -> 2,0
     int chroma_shift_y = 0;

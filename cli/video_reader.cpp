@@ -9,6 +9,7 @@ extern "C" {
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <deque>
 #include <filesystem>
 #include <numeric>
 
@@ -80,36 +81,6 @@ ColorInfo default_color_for(int height) {
 }
 
 namespace {
-
-// The first letter of the tag names the field shown first. FFmpeg's header
-// describes TB and BT the other way round, but its own encoding tool writes
-// TB for top-field-first pictures (and BT for bottom first) of every codec
-// but MJPEG, and its muxers and demuxers pass the tag through: a
-// setfield=tff FFV1 file reads back TB, an NTSC DV .mov (bottom first) BT.
-// libav fills its enum fields with the file's own numbers, also ones the
-// enum does not list; such a value must not be read as the enum type.
-template <typename E>
-int file_value(const E& field) {
-    static_assert(sizeof(E) == sizeof(int), "libav enums are ints");
-    int v;
-    std::memcpy(&v, &field, sizeof v);
-    return v;
-}
-
-// A number past the enum's own ones counts as not stated (the writer passes
-// the tags on in the enum types).
-int listed(int v, int count, int unstated) { return v >= 0 && v < count ? v : unstated; }
-
-FieldOrder field_order_from(int f) {
-    switch (f) {
-    case AV_FIELD_PROGRESSIVE: return FieldOrder::Progressive;
-    case AV_FIELD_TT:
-    case AV_FIELD_TB: return FieldOrder::UpperFirst;
-    case AV_FIELD_BB:
-    case AV_FIELD_BT: return FieldOrder::LowerFirst;
-    default: return FieldOrder::Unknown;
-    }
-}
 
 bool is_jpeg_range_format(int fmt) {
     return fmt == AV_PIX_FMT_YUVJ420P || fmt == AV_PIX_FMT_YUVJ422P || fmt == AV_PIX_FMT_YUVJ444P ||
@@ -188,6 +159,27 @@ struct VideoReader::Impl {
     std::string timing;
     int64_t expected_frames = -1;  // from a reliable container count, for truncation checks
     std::string damage;            // why reading stopped early, thrown after the frames before it
+    // Pictures with repeat-field flags (soft pulldown: film pictures flagged
+    // to show three fields or two) are shown as a player shows them: each
+    // picture's fields in turn, the flagged one twice, paired into frames at
+    // the field rate. Timestamps then count pictures, not frames, and are
+    // not used for placing.
+    bool by_fields = false;
+    std::deque<AVFrame*> peeked;  // decoded at open to look for the flags, not yet given out
+    struct Field {
+        int64_t picture;
+        bool upper;
+    };
+    struct Picture {
+        int64_t id = 0;
+        AVFrame* frame = nullptr;
+        HostFrame host;  // converted when first needed
+        int depth = 0;
+    };
+    std::deque<Field> fields;       // shown fields not yet paired
+    std::deque<Picture> pictures;   // the pictures those fields come from
+    int64_t picture_count = 0;
+    bool first_upper = true;        // parity of the field every frame begins with
     // conversion buffers, kept from frame to frame
     std::vector<float> chroma_b, chroma_r;
     std::vector<uint16_t> line_buffer, luma_buffer, alpha_buffer;
@@ -197,6 +189,8 @@ struct VideoReader::Impl {
         av_frame_free(&rgb);
         av_frame_free(&frame);
         av_frame_free(&previous);
+        for (AVFrame*& f : peeked) av_frame_free(&f);
+        for (Picture& p : pictures) av_frame_free(&p.frame);
         av_packet_free(&pkt);
         avcodec_free_context(&dec);
         avformat_close_input(&fmt);
@@ -257,6 +251,7 @@ struct VideoReader::Impl {
             fail("contains no video frames that can be decoded");
         }
         have_frame = true;
+        look_for_repeat_flags();
         time_base = st->time_base;
         previous = av_frame_alloc();
         if (!previous) fail("out of memory");
@@ -275,6 +270,7 @@ struct VideoReader::Impl {
     // The next frame at the nominal rate into `out` (converted at `depth`),
     // or only counted when `out` is null; false at the end.
     bool advance(HostFrame* out, int depth) {
+        if (by_fields) return advance_by_fields(out, depth);
         if (ended) return false;
         for (;;) {
             if (repeats_due == 0) {
@@ -326,6 +322,101 @@ struct VideoReader::Impl {
         }
     }
 
+    // Decodes a few pictures ahead at open: a stream with soft pulldown may
+    // begin with pictures that carry no repeat flag.
+    void look_for_repeat_flags() {
+        constexpr size_t kLook = 8;
+        AVFrame* first = av_frame_alloc();
+        if (!first) fail("out of memory");
+        av_frame_move_ref(first, frame);
+        bool repeats = first->repeat_pict > 0;
+        std::deque<AVFrame*> ahead;
+        while (ahead.size() + 1 < kLook && next_frame()) {
+            AVFrame* f = av_frame_alloc();
+            if (!f) fail("out of memory");
+            av_frame_move_ref(f, frame);
+            repeats = repeats || f->repeat_pict > 0;
+            ahead.push_back(f);
+        }
+        av_frame_move_ref(frame, first);
+        av_frame_free(&first);
+        peeked = std::move(ahead);
+        by_fields = repeats;
+    }
+
+    const HostFrame& picture_at(int64_t id, int depth) {
+        for (Picture& p : pictures) {
+            if (p.id != id) continue;
+            if (p.depth != depth) {
+                std::swap(frame, p.frame);
+                try {
+                    convert(p.host, depth);
+                } catch (...) {
+                    std::swap(frame, p.frame);
+                    throw;
+                }
+                std::swap(frame, p.frame);
+                p.depth = depth;
+            }
+            return p.host;
+        }
+        fail("internal error: a field's picture is missing");
+    }
+
+    // The next frame of two shown fields: the first of the stream's first
+    // parity, the second of the other.
+    bool advance_by_fields(HostFrame* out, int depth) {
+        if (ended) return false;
+        for (;;) {
+            // A field out of turn (a broken flag sequence) is left out so
+            // that every frame keeps the stream's field order.
+            while (!fields.empty() && fields.front().upper != first_upper) {
+                fields.pop_front();
+                ++dropped;
+            }
+            if (fields.size() >= 2) break;
+            if (!have_frame && !next_frame()) {
+                ended = true;
+                if (dropped > 0)
+                    timing = "its repeat-field flags break the field order " + std::to_string(dropped) +
+                             " times; the fields out of turn are left out";
+                check_complete();
+                return false;  // a lone last field is left out
+            }
+            have_frame = false;
+            Picture p;
+            p.id = picture_count++;
+            p.frame = av_frame_alloc();
+            if (!p.frame) fail("out of memory");
+            av_frame_move_ref(p.frame, frame);
+            const int shown = 2 + std::clamp(p.frame->repeat_pict, 0, 4);
+            bool upper = p.frame->top_field_first != 0;
+            for (int i = 0; i < shown; ++i, upper = !upper) fields.push_back({p.id, upper});
+            pictures.push_back(std::move(p));
+        }
+        const Field a = fields[0], b = fields[1];
+        fields.pop_front();
+        fields.pop_front();
+        if (out) {
+            const HostFrame& pa = picture_at(a.picture, depth);
+            const HostFrame& pb = picture_at(b.picture, depth);
+            if (pb.width != pa.width || pb.height != pa.height)
+                fail("the picture size changes within the video, which is not supported");
+            out->allocate(pa.width, pa.height, depth);
+            for (int y = 0; y < pa.height; ++y) {
+                const bool upper_line = y % 2 == 0;
+                const HostFrame& from = upper_line == a.upper ? pa : pb;
+                std::memcpy(out->row8(y), from.row8(y), out->rowbytes);
+            }
+        }
+        while (!pictures.empty() && (fields.empty() || pictures.front().id < fields.front().picture)) {
+            av_frame_free(&pictures.front().frame);
+            pictures.pop_front();
+        }
+        ++delivered;
+        return true;
+    }
+
     void describe(AVStream* st) {
         info.width = frame->width;
         info.height = frame->height;
@@ -375,9 +466,26 @@ struct VideoReader::Impl {
             if (exact > 0) expected_frames = info.frame_count;
         }
 
-        info.field_order = field_order_from(file_value(st->codecpar->field_order));
+        info.field_order = field_order_from(st->codecpar->field_order);
         if (info.field_order == FieldOrder::Unknown && frame->interlaced_frame)
             info.field_order = frame->top_field_first ? FieldOrder::UpperFirst : FieldOrder::LowerFirst;
+        if (by_fields) {
+            // Shown by fields, the video is interlaced at the frame rate of
+            // its fields: 3:2 shows 23.976 pictures as 29.97 frames.
+            first_upper = frame->top_field_first != 0;
+            info.field_order = first_upper ? FieldOrder::UpperFirst : FieldOrder::LowerFirst;
+            info.repeat_field_flags = true;
+            Rational shown = dec->framerate.num > 0 && dec->framerate.den > 0
+                                 ? exact_frame_rate(Rational{dec->framerate.num, dec->framerate.den})
+                                 : info.frame_rate;
+            if (shown == Rational{24000, 1001}) shown = {30000, 1001};
+            if (shown == Rational{24, 1}) shown = {30, 1};
+            if (shown.num > 0) info.frame_rate = shown;
+            expected_frames = -1;  // a picture count, not a frame count
+            info.frame_count = info.duration_seconds > 0
+                                   ? int64_t(std::llround(info.duration_seconds * info.frame_rate.value()))
+                                   : -1;
+        }
 
         const AVRational sar = st->sample_aspect_ratio.num > 0 ? st->sample_aspect_ratio : frame->sample_aspect_ratio;
         if (sar.num > 0 && sar.den > 0) info.sample_aspect = {sar.num, sar.den};
@@ -419,6 +527,13 @@ struct VideoReader::Impl {
     // Decodes the next frame into `frame`; false at the end or when the
     // stream broke (then `damage` says why).
     bool next_frame() {
+        if (!peeked.empty()) {
+            av_frame_unref(frame);
+            av_frame_move_ref(frame, peeked.front());
+            av_frame_free(&peeked.front());
+            peeked.pop_front();
+            return true;
+        }
         for (;;) {
             int r = avcodec_receive_frame(dec, frame);
             if (r == 0) return true;
@@ -504,7 +619,11 @@ struct VideoReader::Impl {
         }
     }
 
+    // Whether the picture being converted keeps each field's chroma apart.
+    // Pictures shown by their fields say so themselves: a film picture is
+    // whole, and its fields pair again into exactly it.
     bool interlaced() const {
+        if (by_fields) return frame->interlaced_frame != 0;
         return info.field_order == FieldOrder::UpperFirst || info.field_order == FieldOrder::LowerFirst;
     }
 
@@ -612,9 +731,7 @@ struct VideoReader::Impl {
         // Interlaced video with vertically subsampled chroma keeps each
         // field's chroma on that field's lines: convert the fields apart, so
         // that colour never bleeds from one moment in time into the other.
-        const bool interlaced =
-            info.field_order == FieldOrder::UpperFirst || info.field_order == FieldOrder::LowerFirst;
-        const bool by_field = interlaced && d && d->log2_chroma_h > 0 && !(d->flags & AV_PIX_FMT_FLAG_RGB) &&
+        const bool by_field = interlaced() && d && d->log2_chroma_h > 0 && !(d->flags & AV_PIX_FMT_FLAG_RGB) &&
                               frame->height % (2 << d->log2_chroma_h) == 0;
         const int fields = by_field ? 2 : 1;
         const int sh = frame->height / fields;

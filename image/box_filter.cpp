@@ -183,9 +183,77 @@ void vertical_rows(const CVFloatWorld& src, CVFloatWorld& dst, A_long r)
     DAE::FreeHandleMemory(sums);
 }
 
+// The horizontal pass with radius rh from src, then the vertical pass with
+// radius rv (row form) into dst, the horizontal rows made just before the
+// vertical walk first needs them, into a ring of 2 rv + 2 rows that stays in
+// cache: the same row values and the same operations on them as the two
+// passes through a whole intermediate image. False (dst untouched) when the
+// row form does not apply or host memory for the ring runs out.
+template <typename Ops>
+bool horizontal_then_vertical(const CVFloatWorld& src, CVFloatWorld& dst, A_long rh, A_long rv)
+{
+    using V = typename Ops::V;
+    const A_long w = dst.width();
+    const A_long h = dst.height();
+    rh = rh < 0 ? 0 : rh;
+    rv = rv < 0 ? 0 : rv;
+    if (h <= 0 || w <= 0 || src.width() <= 0 || 2 * static_cast<std::int64_t>(rv) + 2 >= h || src.height() < h)
+        return false;
+    const A_long ringRows = 2 * rv + 2;
+    CVFloatWorld ring(src.width(), ringRows);
+    // A failed block leaves the image pointing at its bare stagger offset.
+    constexpr std::uintptr_t kNoBlockBelow = 64 * 1024;
+    if (reinterpret_cast<std::uintptr_t>(ring.data_ptr()) < kNoBlockBelow) return false;
+    float* sums = static_cast<float*>(DAE::AllocateHandleMemory(ring.rowbytes()));
+    if (sums == nullptr) return false;
+
+    const V hinv = Ops::splat(reciprocal_of_window(rh));
+    const V hfr = Ops::splat(static_cast<float>(rh));
+    A_long made = 0;  // horizontal rows made so far
+    auto row = [&](A_long y) -> const float* {
+        for (; made <= y; ++made)
+            running_mean<Ops, true>(src.data_row_ptr(made), 4, ring.data_row_ptr(made % ringRows), 4, src.width(),
+                                    rh, hinv, hfr);
+        return ring.data_row_ptr(y % ringRows);
+    };
+
+    const V inv = Ops::splat(reciprocal_of_window(rv));
+    const V fr = Ops::splat(static_cast<float>(rv));
+    {
+        const float* row0 = row(0);
+        for (A_long x = 0; x < w; ++x) Ops::store(sums + 4 * x, Ops::mul(fr, Ops::load(row0 + 4 * x)));
+    }
+    for (A_long i = 0; i <= rv; ++i) {
+        const float* r = row(clamp_index(i, h));
+        for (A_long x = 0; x < w; ++x)
+            Ops::store(sums + 4 * x, Ops::add(Ops::load(sums + 4 * x), Ops::load(r + 4 * x)));
+    }
+    for (A_long y = 0; y < h; ++y) {
+        float* d = dst.data_row_ptr(y);
+        const float* in = row(clamp_index(static_cast<std::int64_t>(y) + rv + 1, h));
+        const float* out = row(clamp_index(static_cast<std::int64_t>(y) - rv, h));
+        for (A_long x = 0; x < w; ++x) {
+            const V s = Ops::load(sums + 4 * x);
+            Ops::store(d + 4 * x, Ops::abs(Ops::mul(s, inv)));
+            Ops::store(sums + 4 * x, Ops::sub(Ops::add(s, Ops::load(in + 4 * x)), Ops::load(out + 4 * x)));
+        }
+    }
+    DAE::FreeHandleMemory(sums);
+    return true;
+}
+
 }  // namespace
 
 namespace box_filter_forms {
+
+bool horizontal_vertical_regular(const CVFloatWorld& src, CVFloatWorld& dst, A_long rh, A_long rv)
+{
+    return horizontal_then_vertical<Regular>(src, dst, rh, rv);
+}
+bool horizontal_vertical_simd(const CVFloatWorld& src, CVFloatWorld& dst, A_long rh, A_long rv)
+{
+    return horizontal_then_vertical<Simd>(src, dst, rh, rv);
+}
 
 void horizontal_regular(const CVFloatWorld& src, CVFloatWorld& dst, A_long r) { horizontal<Regular>(src, dst, r); }
 void horizontal_simd(const CVFloatWorld& src, CVFloatWorld& dst, A_long r) { horizontal<Simd>(src, dst, r); }
@@ -228,4 +296,10 @@ void box_filter_vertical(const CVFloatWorld& src, CVFloatWorld& dst, A_long r)
     } else {
         box_filter_forms::vertical_rows_regular(src, dst, r);
     }
+}
+
+bool box_filter_horizontal_vertical(const CVFloatWorld& src, CVFloatWorld& dst, A_long rh, A_long rv)
+{
+    return cpu_has_simd() ? box_filter_forms::horizontal_vertical_simd(src, dst, rh, rv)
+                          : box_filter_forms::horizontal_vertical_regular(src, dst, rh, rv);
 }

@@ -15,6 +15,14 @@ class CVFloatWorld;
 void box_filter_horizontal(const CVFloatWorld& src, CVFloatWorld& dst, A_long r);
 void box_filter_vertical(const CVFloatWorld& src, CVFloatWorld& dst, A_long r);
 
+// box_filter_horizontal(src, tmp, rh) then box_filter_vertical(tmp, dst, rv),
+// to the bit, without the intermediate image: the horizontal rows are made
+// just before the vertical pass (row form) needs them, in a ring of 2 rv + 2
+// rows that stays in cache. Returns false, dst untouched, where that form
+// does not apply (2 rv + 2 >= height) or host memory for the ring runs out;
+// the caller then runs the two passes.
+bool box_filter_horizontal_vertical(const CVFloatWorld& src, CVFloatWorld& dst, A_long rh, A_long rv);
+
 // The individual forms; the operations above pick one on every call. All of
 // them give bit-identical results.
 namespace box_filter_forms {
@@ -31,5 +39,10 @@ void vertical_columns_simd(const CVFloatWorld& src, CVFloatWorld& dst, A_long r)
 // the column form when that row cannot be allocated.
 void vertical_rows_regular(const CVFloatWorld& src, CVFloatWorld& dst, A_long r);
 void vertical_rows_simd(const CVFloatWorld& src, CVFloatWorld& dst, A_long r);
+
+// The fused row form of box_filter_horizontal_vertical; false (dst left
+// alone) where it does not apply.
+bool horizontal_vertical_regular(const CVFloatWorld& src, CVFloatWorld& dst, A_long rh, A_long rv);
+bool horizontal_vertical_simd(const CVFloatWorld& src, CVFloatWorld& dst, A_long rh, A_long rv);
 
 }  // namespace box_filter_forms

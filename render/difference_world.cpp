@@ -49,12 +49,65 @@ struct Evidence {
     float still;
 };
 
+// The host's integer values as the float image holds them (the image
+// core's conversion: one float multiplication per value).
+constexpr float kFrom8 = 0.003921569f;   // 0x3B808081
+constexpr float kFrom16 = 3.0517578e-5f;  // 1 / 32768
+
+// Four pixels, one per vector in channel order, from x on of row y of a
+// field, and the pixel value of one.
+inline void Pixels4(const FieldRows& f, const float* row, const char* layerRow, A_long x, __m128& p0, __m128& p1,
+                    __m128& p2, __m128& p3)
+{
+    if (row != nullptr) {
+        p0 = _mm_loadu_ps(row + 4 * x);
+        p1 = _mm_loadu_ps(row + 4 * x + 4);
+        p2 = _mm_loadu_ps(row + 4 * x + 8);
+        p3 = _mm_loadu_ps(row + 4 * x + 12);
+        return;
+    }
+    const __m128i zero = _mm_setzero_si128();
+    if (f.deep) {
+        const __m128 k = _mm_set1_ps(kFrom16);
+        const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(layerRow + 8 * x));
+        const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(layerRow + 8 * x + 16));
+        p0 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpacklo_epi16(a, zero)), k);
+        p1 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpackhi_epi16(a, zero)), k);
+        p2 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpacklo_epi16(b, zero)), k);
+        p3 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpackhi_epi16(b, zero)), k);
+    } else {
+        const __m128 k = _mm_set1_ps(kFrom8);
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(layerRow + 4 * x));
+        const __m128i lo = _mm_unpacklo_epi8(bytes, zero);
+        const __m128i hi = _mm_unpackhi_epi8(bytes, zero);
+        p0 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpacklo_epi16(lo, zero)), k);
+        p1 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpackhi_epi16(lo, zero)), k);
+        p2 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpacklo_epi16(hi, zero)), k);
+        p3 = _mm_mul_ps(_mm_cvtepi32_ps(_mm_unpackhi_epi16(hi, zero)), k);
+    }
+}
+
+inline float PixelValue(const FieldRows& f, const float* row, const char* layerRow, A_long x)
+{
+    float c[4];
+    for (int i = 1; i < 4; ++i) {
+        if (row != nullptr)
+            c[i] = row[4 * x + i];
+        else if (f.deep)
+            c[i] = static_cast<float>(reinterpret_cast<const A_u_short*>(layerRow)[4 * x + i]) * kFrom16;
+        else
+            c[i] = static_cast<float>(reinterpret_cast<const A_u_char*>(layerRow)[4 * x + i]) * kFrom8;
+    }
+    return (c[1] + c[2] + c[3]) * kThird;
+}
+
 // Same and changed ramps of half the value difference of P and R along one
 // field row. Four pixels at a time, each lane doing the scalar operations.
-void RampRow(const Ramps& ramps, const CVFloatWorld& P, const CVFloatWorld& R, A_long y, A_long width,
+void RampRow(const Ramps& ramps, const FieldRows& P, const CVFloatWorld& R, A_long y, A_long width,
              float* same, float* changed)
 {
-    const float* p = P.data_row_ptr(y);
+    const float* p = P.image != nullptr ? P.image->data_row_ptr(y) : nullptr;
+    const char* layerRow = P.image != nullptr ? nullptr : P.first + y * P.pitch;
     const float* q = R.data_row_ptr(y);
     A_long x = 0;
     const __m128 third = _mm_set1_ps(kThird);
@@ -64,8 +117,9 @@ void RampRow(const Ramps& ramps, const CVFloatWorld& P, const CVFloatWorld& R, A
     const __m128 high = _mm_set1_ps(ramps.high);
     const __m128 span = _mm_set1_ps(ramps.high - ramps.low);
     const __m128 one = _mm_set1_ps(1.0f);
-    for (; x + 4 <= width; x += 4, p += 16, q += 16) {
-        __m128 p0 = _mm_loadu_ps(p), p1 = _mm_loadu_ps(p + 4), p2 = _mm_loadu_ps(p + 8), p3 = _mm_loadu_ps(p + 12);
+    for (; x + 4 <= width; x += 4, q += 16) {
+        __m128 p0, p1, p2, p3;
+        Pixels4(P, p, layerRow, x, p0, p1, p2, p3);
         __m128 q0 = _mm_loadu_ps(q), q1 = _mm_loadu_ps(q + 4), q2 = _mm_loadu_ps(q + 8), q3 = _mm_loadu_ps(q + 12);
         _MM_TRANSPOSE4_PS(p0, p1, p2, p3);  // now one channel each
         _MM_TRANSPOSE4_PS(q0, q1, q2, q3);
@@ -74,16 +128,23 @@ void RampRow(const Ramps& ramps, const CVFloatWorld& P, const CVFloatWorld& R, A
         const __m128 d = _mm_mul_ps(_mm_and_ps(_mm_sub_ps(pv, qv), signless), half);
         const __m128 below = _mm_cmplt_ps(d, low);
         const __m128 above = _mm_cmpgt_ps(d, high);
-        const __m128 sameMid = _mm_add_ps(_mm_div_ps(_mm_sub_ps(low, d), span), one);
-        const __m128 changedMid = _mm_div_ps(_mm_sub_ps(d, low), span);
+        const __m128 outside = _mm_or_ps(below, above);
         // same: 1 below, 0 above, the ramp between; changed: 0 below, 1 above.
-        const __m128 s = _mm_or_ps(_mm_and_ps(below, one), _mm_andnot_ps(_mm_or_ps(below, above), sameMid));
-        const __m128 c = _mm_or_ps(_mm_and_ps(above, one), _mm_andnot_ps(_mm_or_ps(below, above), changedMid));
+        __m128 s = _mm_and_ps(below, one);
+        __m128 c = _mm_and_ps(above, one);
+        // Most differences lie off the ramp; its divisions are worked out
+        // only when some lane lies on it (NaN counts as on it, as before).
+        if (_mm_movemask_ps(outside) != 0xF) {
+            const __m128 sameMid = _mm_add_ps(_mm_div_ps(_mm_sub_ps(low, d), span), one);
+            const __m128 changedMid = _mm_div_ps(_mm_sub_ps(d, low), span);
+            s = _mm_or_ps(s, _mm_andnot_ps(outside, sameMid));
+            c = _mm_or_ps(c, _mm_andnot_ps(outside, changedMid));
+        }
         _mm_storeu_ps(same + x, s);
         _mm_storeu_ps(changed + x, c);
     }
-    for (; x < width; ++x, p += 4, q += 4) {
-        const float d = Diff((q[1] + q[2] + q[3]) * kThird, (p[1] + p[2] + p[3]) * kThird);
+    for (; x < width; ++x, q += 4) {
+        const float d = Diff((q[1] + q[2] + q[3]) * kThird, PixelValue(P, p, layerRow, x));
         same[x] = ramps.Same(d);
         changed[x] = ramps.Changed(d);
     }
@@ -225,6 +286,44 @@ void BoxRow(const float* src, float* dst, A_long n)
     }
 }
 
+// BoxRow on four rows at once, one row per lane: each lane takes its row's
+// samples through the same operations in the same order, so four running
+// sums advance side by side instead of one sum waiting on its own additions.
+void BoxRows4(const float* const src[4], float* const dst[4], A_long n)
+{
+    auto column = [&](A_long i) { return _mm_setr_ps(src[0][i], src[1][i], src[2][i], src[3][i]); };
+    const BoxWalk walk(n);
+    const __m128 inv = _mm_set1_ps(kBoxInv);
+    __m128 sum = _mm_mul_ps(column(0), _mm_set1_ps(static_cast<float>(kSmoothRadius)));
+    for (A_long i = 0; i <= walk.firstEnd; ++i) sum = _mm_add_ps(sum, column(i));
+    A_long enter = walk.firstEnd + 1;
+    A_long leave = 0;
+    A_long x = 0;
+    auto step = [&]() {
+        const __m128 out = _mm_mul_ps(sum, inv);
+        sum = _mm_sub_ps(_mm_add_ps(sum, column(enter)), column(leave));
+        if (enter < n - 1) ++enter;
+        if (x >= kSmoothRadius) ++leave;
+        ++x;
+        return out;
+    };
+    while (x + 4 <= n) {
+        const A_long at = x;
+        __m128 o0 = step(), o1 = step(), o2 = step(), o3 = step();
+        _MM_TRANSPOSE4_PS(o0, o1, o2, o3);  // now one row each
+        _mm_storeu_ps(dst[0] + at, o0);
+        _mm_storeu_ps(dst[1] + at, o1);
+        _mm_storeu_ps(dst[2] + at, o2);
+        _mm_storeu_ps(dst[3] + at, o3);
+    }
+    while (x < n) {
+        const A_long at = x;
+        alignas(16) float lanes[4];
+        _mm_store_ps(lanes, step());
+        for (int k = 0; k < 4; ++k) dst[k][at] = lanes[k];
+    }
+}
+
 // The same recurrence for every column at once; `sums` holds one running
 // sum per column.
 void BoxColumns(const CVSingleFloatWorld& src, CVSingleFloatWorld& dst, float* sums)
@@ -279,9 +378,23 @@ void CVDifferenceWorld::Compute(bool upper, const CVFloatWorld& fieldMinus2, con
     ApplyMotionCurve();
 }
 
+void CVDifferenceWorld::Compute(bool upper, const FieldRows& fieldMinus2, const FieldRows& fieldMinus1,
+                                const CVFloatWorld& field0, const CVFloatWorld& fieldPlus1)
+{
+    ComputeEvidence(upper, fieldMinus2, fieldMinus1, field0, fieldPlus1);
+    Smooth();
+    ApplyMotionCurve();
+}
+
 void CVDifferenceWorld::ComputeEvidence(bool upper, const CVFloatWorld& fieldMinus2,
                                         const CVFloatWorld& fieldMinus1, const CVFloatWorld& field0,
                                         const CVFloatWorld& fieldPlus1)
+{
+    ComputeEvidence(upper, FieldRows::Of(fieldMinus2), FieldRows::Of(fieldMinus1), field0, fieldPlus1);
+}
+
+void CVDifferenceWorld::ComputeEvidence(bool upper, const FieldRows& fieldMinus2, const FieldRows& fieldMinus1,
+                                        const CVFloatWorld& field0, const CVFloatWorld& fieldPlus1)
 {
     const A_long w = width;
     const A_long h = height;
@@ -289,23 +402,25 @@ void CVDifferenceWorld::ComputeEvidence(bool upper, const CVFloatWorld& fieldMin
     const Ramps ramps{lowThreshold_, highThreshold_};
     const A_long r = upper ? 0 : 1;
 
-    // Ramps of the two field pairs along the rows one map row needs: Field -1
-    // against Field +1 on the map row, and Field -2 against Field 0 on the
-    // rows below and above. Each Field -2 / Field 0 row serves two map rows
-    // two apart, so the last three are kept (slot = row mod 3).
-    CVSingleFloatWorld rows(w, 14);
+    // Evidence of the two field pairs along the rows one map row needs:
+    // Field -1 against Field +1 on the map row, and Field -2 against Field 0
+    // on the rows below and above. Each Field -2 / Field 0 row serves two map
+    // rows two apart, so the evidence of the last three is kept (slot = row
+    // mod 3).
+    CVSingleFloatWorld rows(w, 12);
     RequireImage(rows);
-    float* nearSame = rows.row_ptr(0);
-    float* nearChanged = rows.row_ptr(1);
-    float* farSame[3] = {rows.row_ptr(2), rows.row_ptr(4), rows.row_ptr(6)};
-    float* farChanged[3] = {rows.row_ptr(3), rows.row_ptr(5), rows.row_ptr(7)};
+    float* same = rows.row_ptr(0);
+    float* changed = rows.row_ptr(1);
+    float* nearMoved = rows.row_ptr(2);
+    float* nearStill = rows.row_ptr(3);
+    float* farMoved[3] = {rows.row_ptr(4), rows.row_ptr(6), rows.row_ptr(8)};
+    float* farStill[3] = {rows.row_ptr(5), rows.row_ptr(7), rows.row_ptr(9)};
     A_long farRow[3] = {-1, -1, -1};
-    float* moved[3] = {rows.row_ptr(8), rows.row_ptr(10), rows.row_ptr(12)};
-    float* still[3] = {rows.row_ptr(9), rows.row_ptr(11), rows.row_ptr(13)};
-    auto farRamps = [&](A_long q) {
+    auto farEvidence = [&](A_long q) {
         const A_long slot = q % 3;
         if (farRow[slot] != q) {
-            RampRow(ramps, fieldMinus2, field0, q, w, farSame[slot], farChanged[slot]);
+            RampRow(ramps, fieldMinus2, field0, q, w, same, changed);
+            EvidenceRow(spread_, w, same, changed, farMoved[slot], farStill[slot]);
             farRow[slot] = q;
         }
         return slot;
@@ -315,17 +430,21 @@ void CVDifferenceWorld::ComputeEvidence(bool upper, const CVFloatWorld& fieldMin
         // The evidence row carries the lower-field offset; the neighbour
         // rows carry it twice (once in the row asked for, once inside the
         // evidence), which is the behaviour the render relies on.
-        RampRow(ramps, fieldMinus1, fieldPlus1, Clamp(y + r, 0, h - 1), w, nearSame, nearChanged);
-        EvidenceRow(spread_, w, nearSame, nearChanged, moved[0], still[0]);
+        RampRow(ramps, fieldMinus1, fieldPlus1, Clamp(y + r, 0, h - 1), w, same, changed);
+        EvidenceRow(spread_, w, same, changed, nearMoved, nearStill);
         const bool hasBelow = r + y + 1 < h;
         const bool hasAbove = r + y - 1 >= 0;
+        float* moved[3] = {nearMoved, nullptr, nullptr};
+        float* still[3] = {nearStill, nullptr, nullptr};
         if (hasBelow) {
-            const A_long slot = farRamps(Clamp(r + y + 1 + r, 0, h - 1));
-            EvidenceRow(spread_, w, farSame[slot], farChanged[slot], moved[1], still[1]);
+            const A_long slot = farEvidence(Clamp(r + y + 1 + r, 0, h - 1));
+            moved[1] = farMoved[slot];
+            still[1] = farStill[slot];
         }
         if (hasAbove) {
-            const A_long slot = farRamps(Clamp(r + y - 1 + r, 0, h - 1));
-            EvidenceRow(spread_, w, farSame[slot], farChanged[slot], moved[2], still[2]);
+            const A_long slot = farEvidence(Clamp(r + y - 1 + r, 0, h - 1));
+            moved[2] = farMoved[slot];
+            still[2] = farStill[slot];
         }
         CombineEvidence(w, moved, still, hasBelow, hasAbove, row_ptr(y));
     }
@@ -340,7 +459,13 @@ void CVDifferenceWorld::Smooth()
     RequireImage(temp);
     CVSingleFloatWorld sums(w, 1);
     RequireImage(sums);
-    for (A_long y = 0; y < h; ++y) BoxRow(row_ptr(y), temp.row_ptr(y), w);
+    A_long y = 0;
+    for (; y + 4 <= h; y += 4) {
+        const float* const src[4] = {row_ptr(y), row_ptr(y + 1), row_ptr(y + 2), row_ptr(y + 3)};
+        float* const dst[4] = {temp.row_ptr(y), temp.row_ptr(y + 1), temp.row_ptr(y + 2), temp.row_ptr(y + 3)};
+        BoxRows4(src, dst, w);
+    }
+    for (; y < h; ++y) BoxRow(row_ptr(y), temp.row_ptr(y), w);
     BoxColumns(temp, *this, sums.row_ptr(0));
 }
 

@@ -87,22 +87,34 @@ inline __m128 RowValue(const RowSource& s, std::ptrdiff_t k, __m128 half)
 
 void BuildBlendedFrame(const CVFloatWorld& field, const CVFloatWorld& other, bool upper, CVFloatWorld& frame)
 {
+    BuildBlendedRows(field, other, upper, frame, 0, frame.height(), 0, nullptr);
+}
+
+void BuildBlendedRows(const CVFloatWorld& field, const CVFloatWorld& other, bool upper, CVFloatWorld& frame,
+                      A_long rowFirst, A_long rowEnd, A_long columnFirst, const float* onlyWhere)
+{
     const A_long frameH = frame.height();
     if (field.height() <= 0 || other.height() <= 0 || frameH <= 0) return;
+    if (rowFirst < 0) rowFirst = 0;
+    if (rowEnd > frameH) rowEnd = frameH;
     // blend_over goes by pixel pairs over the common width; the rest of the
     // row keeps the other field's frame.
     const std::ptrdiff_t rowFloats = static_cast<std::ptrdiff_t>(RowBytes(field, frame) / sizeof(float));
     std::ptrdiff_t blendFloats = static_cast<std::ptrdiff_t>((frame.width() + 1) & ~1) * 4;
     if (blendFloats > rowFloats) blendFloats = rowFloats;
+    const std::ptrdiff_t firstFloat = columnFirst > 0 ? static_cast<std::ptrdiff_t>(columnFirst) * 4 : 0;
     const __m128 half = _mm_set1_ps(0.5f);
     const __m128 t = _mm_set1_ps(0.5f), u = _mm_set1_ps(1.0f - 0.5f);
-    for (A_long r = 0; r < frameH; ++r) {
+    for (A_long r = rowFirst; r < rowEnd; ++r) {
         const RowSource a = SourceOfRow(field, frameH, upper, r);
         const RowSource b = SourceOfRow(other, frameH, !upper, r);
         float* d = frame.data_row_ptr(r);
-        std::ptrdiff_t k = 0;
-        for (; k < blendFloats; k += 4)
+        std::ptrdiff_t k = firstFloat;
+        const std::ptrdiff_t maskedFloats = onlyWhere != nullptr ? static_cast<std::ptrdiff_t>(frame.width()) * 4 : 0;
+        for (; k < blendFloats; k += 4) {
+            if (k < maskedFloats && onlyWhere[k / 4] == 0.0f) continue;
             _mm_storeu_ps(d + k, _mm_add_ps(_mm_mul_ps(RowValue(a, k, half), t), _mm_mul_ps(RowValue(b, k, half), u)));
+        }
         for (; k < rowFloats; k += 4) _mm_storeu_ps(d + k, RowValue(b, k, half));
     }
 }

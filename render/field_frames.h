@@ -22,3 +22,13 @@ void BuildFrameFromField(const CVFloatWorld& field, CVFloatWorld& frame, bool up
 //     a.blend_over(frame, 0.5f);
 // without the intermediate frame. All three images share one width.
 void BuildBlendedFrame(const CVFloatWorld& field, const CVFloatWorld& other, bool upper, CVFloatWorld& frame);
+
+// The rows rowFirst .. rowEnd - 1 of BuildBlendedFrame's result, each from
+// pixel `columnFirst` to the end of its padded row; the rest of `frame` is
+// left alone. Lets the merge have its base built row by row, just before it
+// reads it, instead of as a whole frame first. With `onlyWhere` (one value
+// per pixel of the width), a pixel of the width whose value there is 0 is
+// left alone too (the merge never reads the base of a still pixel); the
+// row padding is always built.
+void BuildBlendedRows(const CVFloatWorld& field, const CVFloatWorld& other, bool upper, CVFloatWorld& frame,
+                      A_long rowFirst, A_long rowEnd, A_long columnFirst, const float* onlyWhere = nullptr);

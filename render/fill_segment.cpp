@@ -60,13 +60,23 @@ inline __m128 ClampColumns4(__m128 v, __m128 hi) {
     return _mm_or_ps(_mm_and_ps(over, hi), _mm_andnot_ps(over, v));
 }
 
-// The sample columns of pixels i .. i + 3 of the segment (lanes past the
+// The two neighbours of a sample column and the weight of the right one. At a
+// whole column the right neighbour is not read at all: at the last column it
+// would be padding or the next row, which must not leak in even at weight 0.
+struct Tap {
+    const float* p;
+    float f;
+};
+
+// The sample taps of pixels i .. i + 3 of the segment (lanes past the
 // segment's end are worked out and not used). Each lane does the scalar
 // step's operations: t = 1 - (n - i) / n, q = previous midpoint + t x
 // (current - previous midpoint), shift = q - floorf(q), then the clamped
-// start and end columns less the shift.
-void Steps4(const Segment& s, long i, const MatchPoint& previous, const MatchPoint& current, float* x0,
-            float* x1) {
+// start and end columns less the shift. A column x lies in 0 .. width - 1,
+// so floorf(x) is its truncation: the tap is the pixel there with weight
+// x - floorf(x).
+inline void Steps4(const Segment& s, long i, const MatchPoint& previous, const MatchPoint& current, Tap* t0,
+                   Tap* t1) {
     const __m128 n = _mm_set1_ps(static_cast<float>(s.n));
     const __m128 left = _mm_cvtepi32_ps(_mm_setr_epi32(static_cast<int>(s.n - i), static_cast<int>(s.n - i - 1),
                                                       static_cast<int>(s.n - i - 2), static_cast<int>(s.n - i - 3)));
@@ -77,8 +87,19 @@ void Steps4(const Segment& s, long i, const MatchPoint& previous, const MatchPoi
     const __m128 hi = _mm_set1_ps(s.lastColumn);
     const __m128 a = _mm_add_ps(_mm_set1_ps(previous.start), _mm_mul_ps(t, _mm_set1_ps(current.start - previous.start)));
     const __m128 b = _mm_add_ps(_mm_set1_ps(previous.end), _mm_mul_ps(t, _mm_set1_ps(current.end - previous.end)));
-    _mm_storeu_ps(x0, ClampColumns4(_mm_sub_ps(a, shift), hi));
-    _mm_storeu_ps(x1, ClampColumns4(_mm_sub_ps(b, shift), hi));
+    const __m128 x0 = ClampColumns4(_mm_sub_ps(a, shift), hi);
+    const __m128 x1 = ClampColumns4(_mm_sub_ps(b, shift), hi);
+    const __m128i c0 = _mm_cvttps_epi32(x0), c1 = _mm_cvttps_epi32(x1);
+    alignas(16) int column0[4], column1[4];
+    alignas(16) float f0[4], f1[4];
+    _mm_store_si128(reinterpret_cast<__m128i*>(column0), c0);
+    _mm_store_si128(reinterpret_cast<__m128i*>(column1), c1);
+    _mm_store_ps(f0, _mm_sub_ps(x0, _mm_cvtepi32_ps(c0)));
+    _mm_store_ps(f1, _mm_sub_ps(x1, _mm_cvtepi32_ps(c1)));
+    for (int l = 0; l < 4; ++l) {
+        t0[l] = Tap{s.row0 + static_cast<long>(column0[l]) * 4, f0[l]};
+        t1[l] = Tap{s.row1 + static_cast<long>(column1[l]) * 4, f1[l]};
+    }
 }
 
 const float* WeaveAt(const Segment& s, long i) {
@@ -89,41 +110,29 @@ const float* WeaveAt(const Segment& s, long i) {
 }
 
 // Walks a segment four pixels at a time: still pixels take the weave pixel
-// (see StillPixel), moving ones get their sample columns from Steps4 and
-// are mixed by `mix(i, x0, x1, weave, output)`.
+// (see below), moving ones get their sample taps from Steps4 and are mixed
+// by `mix(m, tap0, tap1, weave, output)`. Pixels left of the output row's
+// start (segmentStart + i < 0) are passed over without moving the output.
 template <typename Mix>
 void WalkSegment(const Segment& s, long segmentStart, const MatchPoint& previous, const MatchPoint& current,
                  const float* difference, float* output, Mix mix) {
-    for (long base = 0; base < s.n; base += 4) {
+    const long first = segmentStart >= 0 ? 0 : (-segmentStart < s.n ? -segmentStart : s.n);
+    for (long base = first; base < s.n; base += 4) {
         const long count = s.n - base < 4 ? s.n - base : 4;
         bool moving = false;
         for (long l = 0; l < count; ++l) moving |= difference[base + l] != 0.0f;
-        alignas(16) float x0[4], x1[4];
-        if (moving) Steps4(s, base, previous, current, x0, x1);
+        Tap t0[4], t1[4];
+        if (moving) Steps4(s, base, previous, current, t0, t1);
         for (long l = 0; l < count; ++l) {
             const long i = base + l;
-            if (segmentStart + i < 0) continue;  // nothing written, the output stays put
             const float* weave = WeaveAt(s, i);
             if (difference[i] == 0.0f)
                 std::memcpy(output, weave, 16);
             else
-                mix(difference[i], x0[l], x1[l], weave, output);
+                mix(difference[i], t0[l], t1[l], weave, output);
             output += 4;
         }
     }
-}
-
-// The two neighbours of a sample column and the weight of the right one. At a
-// whole column the right neighbour is not read at all: at the last column it
-// would be padding or the next row, which must not leak in even at weight 0.
-struct Tap {
-    const float* p;
-    float f;
-};
-
-Tap TapAt(const float* row, float x) {
-    const float fx = std::floor(x);
-    return Tap{row + static_cast<long>(fx) * 4, x - fx};
 }
 
 const float kYellow[4] = {1.0f, 1.0f, 1.0f, 0.0f};
@@ -132,6 +141,17 @@ const float kYellow[4] = {1.0f, 1.0f, 1.0f, 0.0f};
 // finite, non-negative values (converted from the host's unsigned pixels),
 // so 0 x A is +0 and +0 + B is B to the bit; the directional sample A need
 // not be worked out.
+
+// The pixel at the tap, mixed with its right neighbour by the weight when
+// there is one, channel by channel.
+inline void SampleRegular(const Tap& t, float* out) {
+    if (t.f == 0.0f) {
+        for (int c = 0; c < 4; ++c) out[c] = t.p[c];
+        return;
+    }
+    const float keep = 1.0f - t.f;
+    for (int c = 0; c < 4; ++c) out[c] = t.p[c] * keep + t.p[c + 4] * t.f;
+}
 
 }  // namespace
 
@@ -142,16 +162,13 @@ void FillSegment_regular(bool upper, bool isResult, long y, long segmentStart,
     Segment s;
     if (!Prepare(upper, y, previous, current, field0, fieldPlus1, s)) return;
     WalkSegment(s, segmentStart, previous, current, difference, output,
-                [&](float m, float x0, float x1, const float* weave, float* out) {
+                [&](float m, const Tap& t0, const Tap& t1, const float* weave, float* out) {
                     float a[4];
                     if (isResult) {
-                        const Tap t0 = TapAt(s.row0, x0);
-                        const Tap t1 = TapAt(s.row1, x1);
-                        for (int c = 0; c < 4; ++c) {
-                            const float s0 = t0.f != 0.0f ? t0.p[c] * (1.0f - t0.f) + t0.p[c + 4] * t0.f : t0.p[c];
-                            const float s1 = t1.f != 0.0f ? t1.p[c] * (1.0f - t1.f) + t1.p[c + 4] * t1.f : t1.p[c];
-                            a[c] = 0.5f * (s0 + s1);
-                        }
+                        float s0[4], s1[4];
+                        SampleRegular(t0, s0);
+                        SampleRegular(t1, s1);
+                        for (int c = 0; c < 4; ++c) a[c] = 0.5f * (s0[c] + s1[c]);
                     } else {
                         for (int c = 0; c < 4; ++c) a[c] = kYellow[c];
                     }
@@ -181,10 +198,9 @@ void FillSegment_simd(bool upper, bool isResult, long y, long segmentStart,
     const __m128 one = _mm_set1_ps(1.0f);
     const __m128 yellow = _mm_loadu_ps(kYellow);
     WalkSegment(s, segmentStart, previous, current, difference, output,
-                [&](float mv, float x0, float x1, const float* weave, float* out) {
+                [&](float mv, const Tap& t0, const Tap& t1, const float* weave, float* out) {
                     __m128 a = yellow;
-                    if (isResult)
-                        a = _mm_mul_ps(half, _mm_add_ps(Sample(TapAt(s.row0, x0)), Sample(TapAt(s.row1, x1))));
+                    if (isResult) a = _mm_mul_ps(half, _mm_add_ps(Sample(t0), Sample(t1)));
                     const __m128 m = _mm_set1_ps(mv);
                     const __m128 b = _mm_loadu_ps(weave);
                     _mm_storeu_ps(out, _mm_add_ps(_mm_mul_ps(m, a), _mm_mul_ps(_mm_sub_ps(one, m), b)));

@@ -14,6 +14,12 @@ public:
     // field: same size as this image.
     void Compute(const CVFloatWorld& field);
 
+    // Rows first .. end - 1 only (rows are independent), so that a caller
+    // may have them made just before it reads them. `byPasses` picks the
+    // in-place pass-by-pass form over the four-at-a-time one (same values;
+    // tests compare the two).
+    void ComputeRows(const CVFloatWorld& field, A_long first, A_long end, bool byPasses = false);
+
     // The "Gradient" view: opaque black, +1 edges in the first colour
     // channel, -1 edges in the second, over the area both images share.
     void DrawInto(CVFloatWorld& field) const;

@@ -37,7 +37,10 @@ struct Walk {
     CVFloatWorld& output;
     long width;
     long rows;  // rows the pattern windows are clamped to
+    const float* weights;  // weights[k + searchSpan] = 1 - |k| / searchSpan, or null
 };
+
+constexpr long kMaxBatch = 64;
 
 // The offset k in -span .. min(span, width - 1 - x) whose weighted score is
 // highest, later (larger) offsets winning ties. A NaN score (a window flat
@@ -51,7 +54,6 @@ void Search(const Walk& w, long x, long y, long& bestK, float& bestScore) {
     const float* rowB = w.field0Copy.data_row_ptr(y + 1);
     const float* rowMeanB = w.prepared.data_row_ptr(y + 1);
     const unsigned long rowbytes = w.field0Copy.rowbytes();
-    constexpr long kMaxBatch = 64;
     float batch[kMaxBatch];
     const bool batched = w.kernels.scoreOffsets != nullptr && last + span + 1 <= kMaxBatch &&
                          w.kernels.scoreOffsets(w.field0Copy, w.prepared, x, y, w.settings.patternSize,
@@ -60,7 +62,9 @@ void Search(const Walk& w, long x, long y, long& bestK, float& bestScore) {
     bestK = 0;
     bestScore = std::numeric_limits<float>::quiet_NaN();
     for (long k = -span; k <= last; ++k) {
-        const float weight = 1.0f - static_cast<float>(std::labs(k)) / static_cast<float>(span);
+        const float weight = w.weights != nullptr
+                                 ? w.weights[k + span]
+                                 : 1.0f - static_cast<float>(std::labs(k)) / static_cast<float>(span);
         // Columns left of 0 address the previous row's tail (flat row layout).
         const float score = batched ? batch[k + span]
                                     : w.kernels.patternScore(w.field0Copy, a, meanA, rowB + (x + k) * 4,
@@ -202,16 +206,18 @@ MergeKernels MergeKernelsFor(bool simd) {
 void Merge(const RenderSettings& settings, const CVFloatWorld& field0,
            const CVFloatWorld& fieldPlus1, bool upper, const CVGradientWorld& gradient,
            const CVDifferenceWorld& difference, const CVFloatWorld& field0Copy,
-           const CVFloatWorld& prepared, CVFloatWorld& output, long firstRow, long rowCount) {
+           const CVFloatWorld& prepared, CVFloatWorld& output, long firstRow, long rowCount,
+           const MergeRowHook* beforeRow) {
     MergeWith(MergeKernelsFor(cpu_has_simd()), settings, field0, fieldPlus1, upper, gradient,
-              difference, field0Copy, prepared, output, firstRow, rowCount);
+              difference, field0Copy, prepared, output, firstRow, rowCount, beforeRow);
 }
 
 void MergeWith(const MergeKernels& kernels, const RenderSettings& settings,
                const CVFloatWorld& field0, const CVFloatWorld& fieldPlus1, bool upper,
                const CVGradientWorld& gradient, const CVDifferenceWorld& difference,
                const CVFloatWorld& field0Copy, const CVFloatWorld& prepared,
-               CVFloatWorld& output, long firstRow, long rowCount) {
+               CVFloatWorld& output, long firstRow, long rowCount,
+               const MergeRowHook* beforeRow) {
     const long W = field0.width();
     const long endRow = firstRow + rowCount;
     Check(firstRow >= 0 && rowCount >= 0, "negative row range");
@@ -232,7 +238,16 @@ void MergeWith(const MergeKernels& kernels, const RenderSettings& settings,
     Check(output.width() >= W && output.height() >= 2 * (endRow - 1) + (upper ? 0 : 1),
           "output frame too small for the field");
 
+    // The offset weights, worked out once (the same operations per offset).
+    float weights[kMaxBatch];
+    const long span = settings.searchSpan;
+    const bool weighed = 2 * span + 1 <= kMaxBatch;
+    for (long k = -span; weighed && k <= span; ++k)
+        weights[k + span] = 1.0f - static_cast<float>(std::labs(k)) / static_cast<float>(span);
     const Walk w{kernels, settings, field0,   fieldPlus1, upper, gradient, difference,
-                 field0Copy, prepared, output, W, endRow};
-    for (long y = firstRow; y < endRow - 1; ++y) MergeRow(w, y);
+                 field0Copy, prepared, output, W, endRow, weighed ? weights : nullptr};
+    for (long y = firstRow; y < endRow - 1; ++y) {
+        if (beforeRow != nullptr) (*beforeRow)(y);
+        MergeRow(w, y);
+    }
 }

@@ -3,6 +3,8 @@
 // below it along the edge directions matched between this field line and the
 // next, then draws the diagnostic views that belong to this stage.
 #pragma once
+#include <functional>
+
 #include "image/float_world.h"
 #include "render/difference_world.h"
 #include "render/fill_segment.h"
@@ -29,16 +31,24 @@ MergeKernels MergeKernelsFor(bool simd);
 // on entry (the blended frame, or opaque black for "Vector Magnitudes" and
 // "Source"). Uses settings.show, patternSize and searchSpan.
 //
+// `beforeRow`, when given, is called with each field row y just before the
+// walk of that row reads or writes `output`: the caller may then produce the
+// base of the rows this walk touches row by row, while they are still in
+// cache, rather than as a whole frame beforehand.
+//
 // Throws std::invalid_argument when the images do not fit together; the
 // pixels are then left alone.
+using MergeRowHook = std::function<void(long y)>;
 void Merge(const RenderSettings& settings, const CVFloatWorld& field0,
            const CVFloatWorld& fieldPlus1, bool upper, const CVGradientWorld& gradient,
            const CVDifferenceWorld& difference, const CVFloatWorld& field0Copy,
-           const CVFloatWorld& prepared, CVFloatWorld& output, long firstRow, long rowCount);
+           const CVFloatWorld& prepared, CVFloatWorld& output, long firstRow, long rowCount,
+           const MergeRowHook* beforeRow = nullptr);
 
 // The same with the builds given instead of chosen from the processor.
 void MergeWith(const MergeKernels& kernels, const RenderSettings& settings,
                const CVFloatWorld& field0, const CVFloatWorld& fieldPlus1, bool upper,
                const CVGradientWorld& gradient, const CVDifferenceWorld& difference,
                const CVFloatWorld& field0Copy, const CVFloatWorld& prepared,
-               CVFloatWorld& output, long firstRow, long rowCount);
+               CVFloatWorld& output, long firstRow, long rowCount,
+               const MergeRowHook* beforeRow = nullptr);

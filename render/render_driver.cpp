@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <utility>
 
 namespace {
@@ -325,8 +326,13 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
         return;
     }
 
+    // A frame-sized image for the paths that show a built frame; the full
+    // "Result" never needs it, so it is allocated on first use only.
     CVFloatWorld result;
-    MakeImage(result, W, H);
+    auto resultFrame = [&]() -> CVFloatWorld& {
+        if (result.data_ptr() == nullptr) MakeImage(result, W, H);
+        return result;
+    };
     const FieldSelection sel =
         SelectFields(FieldNumber(in_data->current_time, in_data->time_scale, settings.sourceRate),
                      settings.fieldOrder, in_data->extent_hint.top);
@@ -343,17 +349,39 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
     CVFloatWorld fields[6];
     bool wanted[6] = {false, false, true, true, false, false};
     if (full && settings.deinterlace) wanted[sel.minus2] = wanted[sel.minus1] = wanted[sel.plus1] = true;
+    // "Result" reads Field -2 and Field -1 only through the motion map, which
+    // takes their rows straight from the checked-out layers: those two are
+    // never made as images, and their checkouts are held until the map is.
+    const bool comparedInLayers = full && settings.deinterlace && settings.show == kShowResult;
+    FieldRows inLayer[6];
+    std::optional<LayerCheckout> held[3];
     {
         const SourceFrameTimes times = SourceTimes(in_data->current_time, in_data->time_scale, settings.sourceRate);
         // A time outside the layer may come back empty; the current frame
         // stands in for it.
         auto fetch = [&](A_long time, A_long upperIndex) {
-            LayerCheckout checkout(in_data, time);
+            std::optional<LayerCheckout>& checkout = held[upperIndex / 2];
+            checkout.emplace(in_data, time);
+            const PF_LayerDef& layer = Covers(checkout->layer(), E) ? checkout->layer() : *input;
+            bool keep = false;
+            for (A_long i = upperIndex; i < upperIndex + 2; ++i) {
+                if (!comparedInLayers || !wanted[i] || (i != sel.minus2 && i != sel.minus1)) continue;
+                wanted[i] = false;
+                keep = true;
+                FieldRows& f = inLayer[i];
+                f.deep = IsDeep(layer);
+                f.pitch = 2 * static_cast<std::ptrdiff_t>(layer.rowbytes);
+                f.first = reinterpret_cast<const char*>(layer.data) +
+                          static_cast<std::ptrdiff_t>(E.top + (i - upperIndex)) * layer.rowbytes +
+                          static_cast<std::ptrdiff_t>(E.left) * (f.deep ? 8 : 4);
+                f.rows = i == upperIndex ? HU : HL;
+            }
             CVFloatWorld* upperField = wanted[upperIndex] ? &fields[upperIndex] : nullptr;
             CVFloatWorld* lowerField = wanted[upperIndex + 1] ? &fields[upperIndex + 1] : nullptr;
             if (upperField != nullptr) MakeImage(*upperField, W, HU);
             if (lowerField != nullptr) MakeImage(*lowerField, W, HL);
-            ConvertIntoFields(Covers(checkout.layer(), E) ? checkout.layer() : *input, E, upperField, lowerField);
+            ConvertIntoFields(layer, E, upperField, lowerField);
+            if (!keep) checkout.reset();
         };
         fetch(times.current, 2);
         fetch(times.next, 4);
@@ -365,10 +393,10 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
     MakeImage(out, W, H);
 
     if (!settings.deinterlace) {
-        result.copy_from_PF_World(*input, &E);
+        resultFrame().copy_from_PF_World(*input, &E);
         result.copy_into(out);
     } else if (!full) {
-        BuildFrameFromField(field0, result, upper);
+        BuildFrameFromField(field0, resultFrame(), upper);
     }
 
     if (!full) {
@@ -387,23 +415,34 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
         const CVFloatWorld& field0Copy = field0;
         CVFloatWorld prepA, prepB;
         MakeImage(prepA, W, h0);
-        MakeImage(prepB, W, h0);
-        box_filter_horizontal(field0Copy, prepB, settings.patternSize);
-        box_filter_vertical(prepB, prepA, kPrepVerticalRadius);
+        if (!box_filter_horizontal_vertical(field0Copy, prepA, settings.patternSize, kPrepVerticalRadius)) {
+            MakeImage(prepB, W, h0);
+            box_filter_horizontal(field0Copy, prepB, settings.patternSize);
+            box_filter_vertical(prepB, prepA, kPrepVerticalRadius);
+        }
 
         // The blend of both fields' frames is built where the merge wants
-        // its base, in one pass; the views that need no base never read it,
-        // and the ones that show `result` build it anew.
-        BuildBlendedFrame(field0, fieldPlus1, upper, out);
+        // its base; the views that need no base never read it, and the ones
+        // that show `result` build it anew. The "Result" walk rebuilds every
+        // line below a Field 0 line whole (its segments join from column 0
+        // to the width), so it gets its base row by row inside the walk
+        // (below); the other views keep parts of the base below.
+        const bool baseByRow = settings.show == kShowResult;
+        if (!baseByRow) BuildBlendedFrame(field0, fieldPlus1, upper, out);
 
         CVDifferenceWorld difference(W, HL);
         RequireImage(difference);
         if (settings.show != kShowGradient) {
             difference.SetParameters(settings.diffLow, settings.diffHigh, settings.diffSpread, settings.motionAdjust);
-            difference.Compute(upper, fieldMinus2, fieldMinus1, field0, fieldPlus1);
+            if (comparedInLayers) {
+                difference.Compute(upper, inLayer[sel.minus2], inLayer[sel.minus1], field0, fieldPlus1);
+                for (auto& checkout : held) checkout.reset();
+            } else {
+                difference.Compute(upper, fieldMinus2, fieldMinus1, field0, fieldPlus1);
+            }
             if (settings.show == kShowDifference) {
                 difference.DrawInto(field0);
-                BuildFrameFromField(field0, result, upper);
+                BuildFrameFromField(field0, resultFrame(), upper);
                 WriteOutput(result, *input, *output, E);
                 return;
             }
@@ -415,24 +454,24 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
             fieldMinus2.blend_over(fieldMinus1, 0.5f);
             fieldPlus1.blend_over(field0, 0.5f);
             fieldMinus1.blend_over(field0, 0.5f);
-            BuildFrameFromField(field0, result, upper);
+            BuildFrameFromField(field0, resultFrame(), upper);
             WriteOutput(result, *input, *output, E);
             return;
         case kShowFieldMinus2:
             // Built with Field 0's parity flag, as the view has always shown it.
-            BuildFrameFromField(fieldMinus2, result, upper);
+            BuildFrameFromField(fieldMinus2, resultFrame(), upper);
             WriteOutput(result, *input, *output, E);
             return;
         case kShowFieldMinus1:
-            BuildFrameFromField(fieldMinus1, result, !upper);
+            BuildFrameFromField(fieldMinus1, resultFrame(), !upper);
             WriteOutput(result, *input, *output, E);
             return;
         case kShowField0:
-            BuildFrameFromField(field0, result, upper);
+            BuildFrameFromField(field0, resultFrame(), upper);
             WriteOutput(result, *input, *output, E);
             return;
         case kShowFieldPlus1:
-            BuildFrameFromField(fieldPlus1, result, !upper);
+            BuildFrameFromField(fieldPlus1, resultFrame(), !upper);
             WriteOutput(result, *input, *output, E);
             return;
         default:
@@ -445,7 +484,7 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
         gradient.Compute(field0);
         if (settings.show == kShowGradient) {
             gradient.DrawInto(fieldPlus1);
-            BuildFrameFromField(fieldPlus1, result, !upper);
+            BuildFrameFromField(fieldPlus1, resultFrame(), !upper);
             WriteOutput(result, *input, *output, E);
             return;
         }
@@ -453,7 +492,28 @@ void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_
         if (settings.show == kShowSource || settings.show == kShowVectorMagnitudes)
             out.fill(CVFloatWorld::tPixel{1.0f, 0.0f, 0.0f, 0.0f});
 
-        Merge(settings, field0, fieldPlus1, upper, gradient, difference, field0Copy, prepA, out, 0, h0);
+        if (!baseByRow) {
+            Merge(settings, field0, fieldPlus1, upper, gradient, difference, field0Copy, prepA, out, 0, h0);
+        } else {
+            // Field row y's walk blends its own line r0 with the base and
+            // writes every real pixel of the line below; only that line's
+            // row padding (which the 16-bit output reads for an odd width)
+            // keeps the base. The rows the walk never reaches are built
+            // first.
+            const A_long offset = upper ? 0 : 1;
+            BuildBlendedRows(field0, fieldPlus1, upper, out, 0, offset, 0);
+            BuildBlendedRows(field0, fieldPlus1, upper, out, 2 * (h0 - 1) + offset, H, 0);
+            const MergeRowHook baseRows = [&](long y) {
+                const A_long r0 = 2 * static_cast<A_long>(y) + offset;
+                // A still pixel of the line takes Field 0's pixel, so only
+                // the moving ones need the base.
+                BuildBlendedRows(field0, fieldPlus1, upper, out, r0, r0 + 1, 0,
+                                 difference.row_ptr(static_cast<A_long>(y)));
+                BuildBlendedRows(field0, fieldPlus1, upper, out, r0 + 1, r0 + 2, W);
+            };
+            Merge(settings, field0, fieldPlus1, upper, gradient, difference, field0Copy, prepA, out, 0, h0,
+                  &baseRows);
+        }
     }
 
     if (settings.deartifacting != 1) {

@@ -3,6 +3,8 @@
 #include "cli_test_util.h"
 
 #include <cmath>
+#include <cstdio>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -52,35 +54,100 @@ double psnr(const HostFrame& a, const HostFrame& b) {
     return mse > 0 ? 10 * std::log10(255.0 * 255.0 / mse) : 99.0;
 }
 
-// The field order recorded in the file, as FFmpeg records it (setfield tags
-// top-first FFV1 TB and bottom-first BT), decides which field comes first:
-// a pan at 59.94p woven into 29.97i either way converts to 29.97 frames that
-// each show the instant of their first field, progressive frame 2k, and not
-// the one after it.
+// Field order comes from the pictures. A pan at the field rate (59.94 or 50
+// progressive frames a second) is woven into interlaced frames either way and
+// written in the formats archives hold; each converts to 29.97 or 25 frames
+// that show the instant of their first field, progressive frame 2k, and not
+// the one after it. MXF tags bottom-first pictures "tb", which reads as
+// upper first, and one FFV1 clip is deliberately flagged and tagged upper
+// first: the pictures win and tessen says so. The table of order, what
+// decided it and the mean PSNR against the progressive truth is printed.
 TEST(CliRender, FieldOrderRecordedInTheFilePutsFramesOnTheirInstants) {
     ScratchDir dir;
-    const std::string prog = dir.file("prog.mkv");
-    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=320x96:rate=60000/1001 -frames:v 16 -vf crop=160:96:t*300:0 "
-                       "-c:v ffv1 -pix_fmt bgr0 " + prog));
-    const ReadBack source = read_all(prog);
-    ASSERT_EQ(source.frames.size(), 16u);
-    for (const char* order : {"top", "bottom"}) {
-        SCOPED_TRACE(order);
-        const std::string woven = dir.file(std::string(order) + ".mkv"), out = dir.file(std::string(order) + "_out.mkv");
-        const std::string filter = std::string("tinterlace=mode=interleave_") + order + ",setfield=" + (order[0] == 't' ? "tff" : "bff");
-        ASSERT_TRUE(ffmpeg("-i " + prog + " -vf " + filter + " -c:v ffv1 -pix_fmt bgr0 " + woven));
-        RunResult r = run_tessen({"render", woven, out, "--rate", "29.97"});
-        ASSERT_EQ(r.exit_code, 0) << r.err;
-        EXPECT_TRUE(contains(r.err, order[0] == 't' ? "upper field first" : "lower field first")) << r.err;
-        const ReadBack back = read_all(out);
-        ASSERT_EQ(back.frames.size(), 8u);
-        for (size_t k = 1; k + 1 < back.frames.size(); ++k) {
-            const double own = psnr(back.frames[k], source.frames[2 * k]);
-            const double next = psnr(back.frames[k], source.frames[2 * k + 1]);
-            EXPECT_GT(own, next + 1.0) << "frame " << k << ": " << own << " dB against its instant, " << next
-                                       << " against the next";
+    const std::string m2v = "-c:v mpeg2video -flags +ildct+ilme -alternate_scan 1 ";
+    const std::string imx = m2v + "-pix_fmt yuv422p -intra_vlc 1 -g 1 -f mxf_d10 ";
+    const std::string x264 = "-c:v libx264 -flags +ildct+ilme -crf 18 -pix_fmt yuv420p -x264-params {o}=1 ";
+    struct Case {
+        const char* name;
+        const char* ext;
+        int w, h;
+        bool pal;
+        bool both_orders;  // DV is lower field first only
+        std::string encode;  // {o}: tff or bff; {t}: tt or bb
+        const char* says = "";  // a line the run must print
+    };
+    const Case cases[] = {
+        {"dv", "dv", 720, 480, false, false, "-c:v dvvideo -pix_fmt yuv411p"},
+        {"dv_pal", "dv", 720, 576, true, false, "-c:v dvvideo -pix_fmt yuv420p"},
+        {"dv", "mov", 720, 480, false, false, "-c:v dvvideo -pix_fmt yuv411p"},
+        {"dv", "avi", 720, 480, false, false, "-c:v dvvideo -pix_fmt yuv411p"},
+        {"dvcpro50", "mov", 720, 480, false, false, "-c:v dvvideo -pix_fmt yuv422p"},
+        {"imx30_ntsc", "mxf", 720, 512, false, true,
+         imx + "-b:v 30M -minrate 30M -maxrate 30M -bufsize 1001000 -rc_init_occupancy 1001000",
+         "Auto Setup could not place 720x512; tessen uses NTSC, from the file's 29.97 fps, and "},
+        {"imx50_pal", "mxf", 720, 608, true, true,
+         imx + "-b:v 50M -minrate 50M -maxrate 50M -bufsize 2000000 -rc_init_occupancy 2000000",
+         "Auto Setup could not place 720x608; tessen uses PAL, from the file's 25 fps, and "},
+        {"xdcam_hd422", "mxf", 1920, 1080, false, true, m2v + "-pix_fmt yuv422p -b:v 50M -g 12 -bf 2"},
+        {"hdv", "m2t", 1440, 1080, false, true, m2v + "-pix_fmt yuv420p -b:v 25M -g 15 -f mpegts"},
+        {"h264", "mp4", 720, 480, false, true, x264},
+        {"h264", "mts", 720, 480, false, true, x264 + "-f mpegts"},
+        {"prores_hq", "mov", 720, 480, false, true, "-c:v prores_ks -profile:v 3 -flags +ildct -pix_fmt yuv422p10le"},
+        {"v210", "mov", 720, 486, false, true, "-c:v v210 -field_order {t}"},
+        {"mistagged", "mkv", 720, 480, false, false, "-c:v ffv1 -field_order tt",
+         "the file says upper field first; its pictures are lower field first: using lower"},
+    };
+    auto fill = [](std::string s, bool top) {
+        for (const auto& [key, t, b] : {std::tuple{"{o}", "tff", "bff"}, std::tuple{"{t}", "tt", "bb"}})
+            for (size_t at; (at = s.find(key)) != std::string::npos;) s.replace(at, 3, top ? t : b);
+        return s;
+    };
+    std::string table;
+    for (const Case& c : cases)
+        for (bool top : {true, false}) {
+            if (top && !c.both_orders) continue;
+            const std::string id = std::string(c.name) + "_" + c.ext + (top ? "_upper" : "_lower");
+            SCOPED_TRACE(id);
+            const std::string prog = dir.file(id + "_prog.mkv"), woven = dir.file(id + "." + c.ext),
+                              out = dir.file(id + "_out.mkv");
+            ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=" + std::to_string(2 * c.w) + "x" + std::to_string(c.h) +
+                               ":rate=" + (c.pal ? "50" : "60000/1001") + " -frames:v 12 -vf crop=" +
+                               std::to_string(c.w) + ":" + std::to_string(c.h) + ":t*300:0 -c:v ffv1 -pix_fmt bgr0 " +
+                               prog));
+            // The mis-tagged clip's frames say upper first too.
+            const std::string flag = std::string(c.name) == "mistagged" ? "tff" : top ? "tff" : "bff";
+            ASSERT_TRUE(ffmpeg("-i " + prog + " -vf tinterlace=mode=interleave_" + (top ? "top" : "bottom") +
+                               ",setfield=" + flag + " " + fill(c.encode, top) + " " + woven));
+            RunResult r = run_tessen({"render", woven, out, "--rate", c.pal ? "25" : "29.97"});
+            ASSERT_EQ(r.exit_code, 0) << r.err;
+            EXPECT_TRUE(contains(r.err, std::string(top ? "upper" : "lower") + " field first, to ")) << r.err;
+            EXPECT_TRUE(contains(r.err, c.says)) << r.err;
+            if (contains(c.says, "Auto Setup could not place")) {  // after the effect's own message
+                EXPECT_LT(r.err.find("proceed with caution"), r.err.find(c.says)) << r.err;
+            }
+            const ReadBack source = read_all(prog), back = read_all(out);
+            ASSERT_EQ(source.frames.size(), 12u);
+            ASSERT_EQ(back.frames.size(), 6u);
+            double sum = 0;
+            for (size_t k = 0; k < back.frames.size(); ++k) {
+                const double own = psnr(back.frames[k], source.frames[2 * k]);
+                sum += own;
+                if (k == 0 || k + 1 == back.frames.size()) continue;
+                const double next = psnr(back.frames[k], source.frames[2 * k + 1]);
+                EXPECT_GT(own, next + 1.0) << "frame " << k << ": " << own << " dB against its instant, " << next
+                                           << " against the next";
+            }
+            const char* basis = contains(r.err, "as the pictures show") || contains(r.err, "its pictures are")
+                                    ? "content"
+                                : contains(r.err, "as the frames are flagged") ? "flags"
+                                : contains(r.err, "as the file records it")   ? "tag"
+                                                                               : "guess";
+            char row[160];
+            std::snprintf(row, sizeof row, "| %-20s | %-5s | %-5s | %-7s | %5.1f dB |\n", (std::string(c.name) + " ." + c.ext).c_str(),
+                          top ? "upper" : "lower", top ? "upper" : "lower", basis, sum / back.frames.size());
+            table += row;
         }
-    }
+    std::printf("| format | made | chosen | decided by | PSNR vs progressive |\n%s", table.c_str());
 }
 
 // Each supported conversion, and --start and --frames choosing a part.
@@ -323,7 +390,8 @@ TEST(CliAutoSetup, ReportsTheEffectsMessageForNtscAndPal) {
     const Case cases[] = {
         {{ntsc},
          {"Auto Setup Successful!", "your footage is NTSC", "most likely Lower Field First", "23.976",
-          "Source Video: NTSC rates (59.94 fields/s), 720x480", "Field Order: Lower Field First"}},
+          "Source Video: NTSC rates (59.94 fields/s), 720x480", "Field Order: Lower Field First",
+          "note: tessen render refuses it: a still image"}},
         {{pal}, {"Auto Setup Successful!", "your footage is PAL", "Source Video: PAL rates (50 fields/s), 720x576"}},
         // PAL in a 23.976 composition: the effect's long message arrives cut
         // at 255 characters; tessen prints all of them and says where the cut is.
@@ -347,15 +415,17 @@ TEST(CliAutoSetup, ReportsTheEffectsMessageForNtscAndPal) {
     }
 }
 
-TEST(CliAutoSetup, RenderPressesTheButtonAndTheFilesFieldOrderWins) {
+TEST(CliAutoSetup, RenderPressesTheButtonAndThePicturesFieldOrderWins) {
     ScratchDir dir;
-    // 720 x 480 suggests lower field first; the file says upper.
-    const std::string in = make_clip(dir, "tff.mkv", 720, 480, "30000/1001", 3, "-field_order tt");
+    // 720 x 480 suggests lower field first; the pictures are upper first.
+    const std::string in = dir.file("tff.mkv");
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=1440x480:rate=60000/1001 -frames:v 8 -vf "
+                       "crop=720:480:t*300:0,tinterlace=mode=interleave_top,setfield=tff -c:v ffv1 " + in));
     const std::string out = dir.file("out.mkv");
     RunResult r = run_tessen({"render", in, out, "--frames", "1"});
     ASSERT_EQ(r.exit_code, 0) << r.err;
     expect_all(r.err, {"Auto Setup (NTSC rates (59.94 fields/s), 720x480, in a 23.976 fps composition) says:",
-                       "Auto Setup Successful!", "upper field first, as the file records it", "Auto Setup guessed lower",
+                       "Auto Setup Successful!", "upper field first, as the pictures show", "Auto Setup guessed lower",
                        "converting NTSC rates (59.94 fields/s), 720x480, upper field first, to 23.976 fps"});
     EXPECT_EQ(read_all(out).frames.size(), 1u);
 }
@@ -388,6 +458,11 @@ TEST(CliErrors, BadInputsEndWithOneLineAnExitCodeAndNoOutput) {
     ASSERT_TRUE(ffmpeg("-f lavfi -i sine=duration=0.2 -c:a pcm_s16le " + dir.file("sound.mkv")));
     std::ofstream(dir.file("junk.mkv")) << "this is not a video\n";
     fs::create_directory(dir.file("folder.mkv"));
+    // A progressive pan at 29.97 and a still picture: nothing to deinterlace.
+    const std::string prog = dir.file("prog.mkv"), still = dir.file("still.png");
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=192x48:rate=30000/1001 -frames:v 8 -vf crop=96:48:t*100:0 "
+                       "-c:v ffv1 " + prog));
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=64x48 -frames:v 1 " + still));
     const std::string locked = unwritable_folder(dir);
     const std::vector<std::string> inputs = dir.entries();
     const std::string out = dir.file("out.mkv");
@@ -408,6 +483,8 @@ TEST(CliErrors, BadInputsEndWithOneLineAnExitCodeAndNoOutput) {
         {"below the minimum size", render(tiny, out, "ntsc", "lower"), 4, {"minimum"}},
         {"NTSC to 25", render(good, out, "ntsc", "lower", {"--rate", "25"}), 4, {"unsupported conversion"}},
         {"24 fps source", {"render", film, out, "--quiet"}, 4, {"unsupported conversion"}},
+        {"progressive source", {"render", prog, out}, 4, {"prog.mkv", "progressive", "no combing", "--force"}},
+        {"still image", {"render", still, out}, 4, {"still.png", "a still image", "--force"}},
         {"output folder missing", render(good, dir.file("no/such/dir/out.mkv"), "ntsc", "lower"), 5,
          {"out.mkv", "does not exist"}},
         {"output folder unwritable", render(good, locked + "/out.mkv", "ntsc", "lower"), 5,
@@ -430,6 +507,11 @@ TEST(CliErrors, BadInputsEndWithOneLineAnExitCodeAndNoOutput) {
             expect_all(line, c.says);
             expect_only(dir, inputs);
         }
+    // --force converts them anyway.
+    for (const std::string& in : {prog, still}) {
+        RunResult r = run_tessen({"render", in, out, "--force", "-y", "--quiet"});
+        EXPECT_EQ(r.exit_code, 0) << in << ": " << r.err;
+    }
 }
 
 TEST(CliErrors, AnExistingOutputIsKeptWithoutOverwrite) {

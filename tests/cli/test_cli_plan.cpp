@@ -2,6 +2,9 @@
 // precedence, frame counts, and the command-line parser's edge cases.
 #include "cli/conversion_plan.h"
 #include "cli/options.h"
+#include "cli/progress.h"
+
+#include <cstdio>
 
 #include <gtest/gtest.h>
 
@@ -109,32 +112,161 @@ TEST(ConversionPlan, RefusalsBeforeRendering) {
     }
 }
 
-// The command line beats the file's record, which beats Auto Setup's guess
-// from the frame size (the program says so; checked end to end).
+// What the first frames show, as the analysis reports it.
+FieldAnalysis seen(FieldOrder tag, int upper, int lower, int progressive, int flagged, int top_first, int frames = 12) {
+    FieldAnalysis a;
+    a.tag = tag;
+    a.frames = frames;
+    a.ended = frames < 48;
+    a.upper_votes = upper;
+    a.lower_votes = lower;
+    a.progressive_votes = progressive;
+    a.flagged_interlaced = flagged;
+    a.flagged_top_first = top_first;
+    return a;
+}
+
+// --field-order beats the pictures, which beat the frames' flags, which beat
+// the container's tag, which beats Auto Setup's guess from the frame size;
+// where the file and its pictures disagree, one line says so.
 TEST(ConversionPlan, FieldOrderPrecedence) {
     AutoSetupResult guess;
     guess.source_video = kSourceNtsc;
     guess.field_order = kLowerFirst;
+    guess.succeeded = true;
+    using F = FieldOrder;
     struct Case {
-        FieldOrder file;
+        FieldAnalysis seen;
         std::optional<FieldOrderOpt> option;
         int expected;
+        FieldBasis basis;
+        const char* says;
     };
     const Case cases[] = {
-        {FieldOrder::Unknown, std::nullopt, kLowerFirst},
-        {FieldOrder::UpperFirst, std::nullopt, kUpperFirst},
-        {FieldOrder::UpperFirst, FieldOrderOpt::kLower, kLowerFirst},
+        {seen(F::Unknown, 0, 0, 0, 0, 0), std::nullopt, kLowerFirst, FieldBasis::kGuess, "as Auto Setup guessed"},
+        {seen(F::UpperFirst, 0, 0, 0, 0, 0), std::nullopt, kUpperFirst, FieldBasis::kTag, "as the file records it"},
+        {seen(F::UpperFirst, 0, 0, 0, 12, 0), std::nullopt, kLowerFirst, FieldBasis::kFlags,
+         "the file's container says upper field first; its frames are flagged lower field first: using lower"},
+        // An MXF file tagged one way whose frames and pictures say the other.
+        {seen(F::UpperFirst, 0, 9, 0, 12, 0), std::nullopt, kLowerFirst, FieldBasis::kContent,
+         "the file says upper field first; its pictures are lower field first: using lower"},
+        {seen(F::LowerFirst, 0, 9, 0, 12, 0), std::nullopt, kLowerFirst, FieldBasis::kContent,
+         "lower field first, as the pictures show"},
+        {seen(F::UpperFirst, 0, 9, 1, 12, 12), std::nullopt, kLowerFirst, FieldBasis::kContent,
+         "the file says upper field first; its pictures are lower field first: using lower"},
+        {seen(F::LowerFirst, 8, 1, 0, 0, 0), std::nullopt, kUpperFirst, FieldBasis::kContent,
+         "the file says lower field first; its pictures are upper field first: using upper"},
+        // Too few or mixed votes: the pictures do not decide.
+        {seen(F::UpperFirst, 1, 0, 0, 0, 0), std::nullopt, kUpperFirst, FieldBasis::kTag, ""},
+        {seen(F::UpperFirst, 4, 3, 0, 0, 0), std::nullopt, kUpperFirst, FieldBasis::kTag, ""},
+        {seen(F::UpperFirst, 0, 9, 0, 12, 12), FieldOrderOpt::kUpper, kUpperFirst, FieldBasis::kOption, ""},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.says);
         VideoInfo info = sd(720, 480, {30000, 1001});
-        info.field_order = c.file;
         Options o;
         o.field_order = c.option;
         ConversionPlan plan;
         ASSERT_FALSE(plan_rates(info, o, plan));
-        plan_fields(info, o, &guess, plan);
-        EXPECT_EQ(plan.field_order, c.expected) << int(c.file) << " " << c.option.has_value();
+        plan_fields(info, o, &guess, &c.seen, plan);
+        EXPECT_EQ(plan.field_order, c.expected);
+        EXPECT_EQ(plan.field_basis, c.basis);
+        if (c.basis == FieldBasis::kOption) continue;
+        ASSERT_EQ(plan.notes.size(), 1u);
+        EXPECT_NE(plan.notes[0].find(c.says), std::string::npos) << plan.notes[0];
     }
+    // Without an analysis the reader's field order is the tag.
+    VideoInfo info = sd(720, 480, {30000, 1001});
+    info.field_order = FieldOrder::UpperFirst;
+    ConversionPlan plan;
+    ASSERT_FALSE(plan_rates(info, Options{}, plan));
+    plan_fields(info, Options{}, &guess, nullptr, plan);
+    EXPECT_EQ(plan.field_basis, FieldBasis::kTag);
+
+    // After Auto Setup's "Failed", one line says what was chosen and why.
+    const VideoInfo imx = sd(720, 512, {30000, 1001});
+    AutoSetupResult failed = guess;
+    failed.succeeded = false;
+    const FieldAnalysis lower = seen(F::UpperFirst, 0, 9, 0, 12, 0);
+    ConversionPlan imx_plan;
+    ASSERT_FALSE(plan_rates(imx, Options{}, imx_plan));
+    plan_fields(imx, Options{}, &failed, &lower, imx_plan);
+    EXPECT_EQ(auto_setup_follow_up(imx, imx_plan),
+              "Auto Setup could not place 720x512; tessen uses NTSC, from the file's 29.97 fps, and lower field "
+              "first, as its pictures show");
+}
+
+// Progressive sources and still images are refused unless forced or the
+// order is given; pulled-down film (clean and combed frames) is interlaced.
+TEST(ConversionPlan, ProgressiveAndStillSourcesAreRefused) {
+    using F = FieldOrder;
+    struct Case {
+        FieldAnalysis seen;
+        const char* says;  // nullptr: accepted
+    };
+    const Case cases[] = {
+        {seen(F::Unknown, 0, 0, 11, 0, 0), "no combing in its first 12 frames"},
+        {seen(F::UpperFirst, 0, 0, 11, 12, 12), "no combing"},  // wrongly flagged
+        {seen(F::Progressive, 0, 0, 0, 0, 0), "the file marks it so"},
+        {seen(F::Unknown, 0, 0, 0, 0, 0, 1), "a still image"},
+        {seen(F::Progressive, 0, 0, 0, 12, 0), nullptr},         // flagged interlaced, static
+        {seen(F::Progressive, 0, 4, 7, 0, 0), nullptr},          // hard 3:2 pulldown
+        {seen(F::Unknown, 0, 0, 0, 0, 0), nullptr},              // nothing says
+        {[] {
+             FieldAnalysis soft = seen(F::Progressive, 0, 0, 11, 0, 0);
+             soft.repeats_field = 5;  // soft pulldown
+             return soft;
+         }(),
+         nullptr},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.says ? c.says : "accepted");
+        Options o;
+        Refusal r = refuse_unfielded(c.seen, o);
+        EXPECT_EQ(r.kind, c.says ? Refusal::Kind::kUnsupported : Refusal::Kind::kNone);
+        if (!c.says) continue;
+        EXPECT_NE(r.message.find(c.says), std::string::npos) << r.message;
+        EXPECT_NE(r.message.find("--force"), std::string::npos) << r.message;
+        o.force = true;
+        EXPECT_FALSE(refuse_unfielded(c.seen, o));
+        o.force = false;
+        o.field_order = FieldOrderOpt::kLower;
+        EXPECT_FALSE(refuse_unfielded(c.seen, o));
+    }
+}
+
+// The field measure itself: a pan woven either way, and the same pan whole.
+TEST(FieldAnalysis, WeavesTellTheOrderAndProgressiveFrames) {
+    // A vertical edge moving 4 pixels per field, with fields at instants t.
+    auto picture = [](double upper_t, double lower_t) {
+        LumaPlane p;
+        p.width = 64;
+        p.height = 32;
+        p.pixels.resize(64 * 32);
+        for (int y = 0; y < 32; ++y)
+            for (int x = 0; x < 64; ++x) p.pixels[size_t(y) * 64 + x] = x < 16 + 4 * ((y & 1) ? lower_t : upper_t) ? 200 : 30;
+        return p;
+    };
+    EXPECT_EQ(verdict_of(measure_pair(picture(0, 1), picture(2, 3))), ContentVerdict::kUpperFirst);
+    EXPECT_EQ(verdict_of(measure_pair(picture(1, 0), picture(3, 2))), ContentVerdict::kLowerFirst);
+    EXPECT_EQ(verdict_of(measure_pair(picture(0, 0), picture(2, 2))), ContentVerdict::kProgressive);
+    EXPECT_EQ(verdict_of(measure_pair(picture(0, 0), picture(0, 0))), ContentVerdict::kUndecided);
+}
+
+// The last progress line counts the frames written, not the estimate.
+TEST(Progress, LastLineCountsTheFramesDone) {
+    std::FILE* f = std::tmpfile();
+    ASSERT_NE(f, nullptr);
+    {
+        Progress p(62, Progress::Style::kLines, f);
+        for (int k = 1; k <= 63; ++k) p.update(k);
+        p.finish(63);
+    }
+    std::rewind(f);
+    char line[256] = {}, last[256] = {};
+    while (std::fgets(line, sizeof line, f)) std::snprintf(last, sizeof last, "%s", line);
+    std::fclose(f);
+    EXPECT_EQ(std::string(last).rfind("63/63 frames", 0), 0u) << last;
 }
 
 TEST(ConversionPlan, StartAsFrameOrTime) {
@@ -154,7 +286,7 @@ TEST(ConversionPlan, StartAsFrameOrTime) {
 TEST(Options, ParsesValuesAndRejectsBadOnes) {
     Options o = parse_ok({"render", "in.mov", "out.mov", "--rate", "29.97", "--field-order=upper", "--motion", "-100",
                           "--pattern-size", "12", "--deartifact", "4:2:0", "--show", "Match Points", "--depth", "16",
-                          "-y", "--frames", "5", "--threads", "1"});
+                          "-y", "--frames", "5", "--threads", "1", "--jobs", "3", "--range", "10-19"});
     EXPECT_EQ(o.rate, CompRate::k29_97);
     EXPECT_EQ(o.field_order, FieldOrderOpt::kUpper);
     EXPECT_EQ(o.motion, -100.0);
@@ -165,6 +297,10 @@ TEST(Options, ParsesValuesAndRejectsBadOnes) {
     EXPECT_TRUE(o.overwrite);
     EXPECT_EQ(*o.frames, 5);
     EXPECT_EQ(o.threads, 1);
+    EXPECT_EQ(o.jobs, 3);
+    EXPECT_EQ(o.range->first, 10);
+    EXPECT_EQ(*o.range->last, 19);
+    EXPECT_FALSE(parse_ok({"render", "in.mov", "out.mov", "--range", "7-"}).range->last);  // to the end
     EXPECT_EQ(parse_ok({"render", "in.mov", "out.mov"}).threads, 0);  // the pipeline by default
 
     // Views keep their menu positions, separators counted; signs matter.
@@ -176,6 +312,7 @@ TEST(Options, ParsesValuesAndRejectsBadOnes) {
     const std::vector<std::vector<std::string>> bad = {
         {"--rate", "24"}, {"--pattern-size", "0"}, {"--pattern-size", "13"}, {"--motion", "100.5"},
         {"--frames", "0"}, {"--rate"},           {"--bogus"},           {"--threads", "0"},
+        {"--jobs", "0"},   {"--range", "9-8"},   {"--range", "-5"},     {"--range", "1-x"},
     };
     for (const auto& more : bad) {
         std::vector<std::string> args = {"render", "in.mov", "out.mov"};

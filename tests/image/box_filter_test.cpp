@@ -53,6 +53,20 @@ TEST_F(BoxFilterTest, AllFormsAgreeBitForBitAndWithTheClampedMean)
             for (Form f : {box_filter_forms::vertical_columns_simd, box_filter_forms::vertical_rows_regular,
                            box_filter_forms::vertical_rows_simd, box_filter_vertical})
                 EXPECT_EQ(first_difference(*cr, *run(f, src, r)), "");
+            // Both passes at once (vertical radius r) against the two passes
+            // through an image; declined, dst untouched, where the vertical
+            // row form does not apply.
+            const A_long rh = (r + 3) % 5;
+            auto two = run(box_filter_forms::vertical_rows_regular, *run(box_filter_forms::horizontal_regular, src, rh), r);
+            using Fused = bool (*)(const CVFloatWorld&, CVFloatWorld&, A_long, A_long);
+            for (Fused fused : {box_filter_forms::horizontal_vertical_regular, box_filter_forms::horizontal_vertical_simd}) {
+                CVFloatWorld dst(w, h), before(w, h);
+                fill_random(dst, rng_, 100, 200);
+                copy_block(dst, before);
+                const bool done = fused(src, dst, rh, r);
+                EXPECT_EQ(done, 2 * r + 2 < h);
+                EXPECT_EQ(first_difference(done ? *two : before, dst), "");
+            }
 
             for (A_long y = 0; y < h; ++y)
                 for (A_long x = 0; x < w; ++x) {

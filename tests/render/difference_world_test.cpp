@@ -64,6 +64,47 @@ float ReferenceEvidence(const CVFloatWorld* f, bool upper, long x, long y, long 
     return m + s == 0.0f ? 0.0f : m / (m + s);
 }
 
+// Field -2 and Field -1 read straight from 8- and 16-bit host rows (here the
+// odd rows of a layer, the even ones another field's) give the map of the
+// same fields converted into images, to the bit.
+TEST_F(DifferenceTest, FieldsReadFromHostRowsGiveTheSameMap)
+{
+    const long w = 23, h = 7;
+    Make(w, h);
+    std::uniform_int_distribution<int> near(100, 125), any(0, 255);
+    for (bool deep : {false, true}) {
+        const std::ptrdiff_t pitch = (deep ? 8 : 4) * (w + 3);  // a layer row, with some padding
+        std::vector<char> layers[2];
+        FieldRows rows[2];
+        for (int i = 0; i < 2; ++i) {
+            layers[i].resize(static_cast<size_t>(pitch) * 2 * h);
+            for (size_t b = 0; b < layers[i].size(); b += deep ? 2 : 1) {
+                const int v = near(rng_);
+                if (deep)
+                    reinterpret_cast<A_u_short*>(layers[i].data() + b)[0] = static_cast<A_u_short>(v * 128 + any(rng_));
+                else
+                    reinterpret_cast<A_u_char*>(layers[i].data())[b] = static_cast<A_u_char>(v);
+            }
+            rows[i].first = layers[i].data() + pitch;
+            rows[i].pitch = 2 * pitch;
+            rows[i].deep = deep;
+            rows[i].rows = h;
+            if (deep)
+                f_[i].copy_from_16bit_integer_world(w, h, 2 * pitch, reinterpret_cast<const A_u_short*>(rows[i].first));
+            else
+                f_[i].copy_from_8bit_integer_world(w, h, 2 * pitch, reinterpret_cast<const A_u_char*>(rows[i].first));
+        }
+        std::uniform_real_distribution<float> jitter(0.0f, 0.08f);
+        for (int i = 2; i < 4; ++i) FillGrey(f_[i], [&](long, long) { return 0.4f + jitter(rng_); });
+        for (bool upper : {true, false}) {
+            map_->Compute(upper, f_[0], f_[1], f_[2], f_[3]);
+            const std::vector<float> fromImages = Snapshot(*map_);
+            map_->Compute(upper, rows[0], rows[1], f_[2], f_[3]);
+            EXPECT_TRUE(SameBits(Snapshot(*map_), fromImages)) << "deep " << deep << " upper " << upper;
+        }
+    }
+}
+
 // Values around the thresholds, so that every ramp is used. Compute is the
 // evidence, then the smoothing, then the motion curve.
 TEST_F(DifferenceTest, EvidenceMatchesItsDefinitionOnNoise)

@@ -68,8 +68,25 @@ TEST_F(FieldFramesTest, BlendedFrameInOnePassEqualsBuildingAndBlending)
                 BuildFrameFromField(field, a, upper);
                 BuildFrameFromField(other, want, !upper);
                 a.blend_over(want, 0.5f);
+                const std::vector<float> before = Snapshot(got);
                 BuildBlendedFrame(field, other, upper, got);
                 ASSERT_TRUE(SameBits(Snapshot(got), Snapshot(want))) << width << "x" << H << " upper " << upper;
+                // Row by row, from a column on, pixels of the width only where
+                // a mask is not 0: those pixels as in the whole frame (padding
+                // included), every other one left alone.
+                Restore(before, got);
+                const long first = 1, column = 2;
+                std::vector<float> mask(width);
+                for (float& m : mask) m = std::bernoulli_distribution(0.5)(rng_) ? 0.0f : 0.25f;
+                for (long r = first; r < H; ++r) BuildBlendedRows(field, other, upper, got, r, r + 1, column, mask.data());
+                const std::vector<float> rows = Snapshot(got), whole = Snapshot(want);
+                const size_t rowFloats = got.rowbytes() / sizeof(float);
+                for (size_t i = 0; i < rows.size(); ++i) {
+                    const long x = static_cast<long>(i % rowFloats / 4);
+                    const bool built = static_cast<long>(i / rowFloats) >= first && x >= column &&
+                                       (x >= width || mask[x] != 0.0f);
+                    ASSERT_TRUE(SameBits({rows[i]}, {built ? whole[i] : before[i]})) << "float " << i;
+                }
             }
 }
 

@@ -58,4 +58,26 @@ TEST_F(GradientTest, PixelValueUsesItsOwnThird)
     EXPECT_EQ(Run({kRidge}, 3.0f * 0x1.55553Ep-2f), (Rows{kRidgeEdges}));
 }
 
+// The four-at-a-time form against the pass-by-pass one it replaced, on
+// random rows of widths around the vector steps, thresholds that keep some
+// first differences and drop others, and a row range.
+TEST_F(GradientTest, FourAtATimeEqualsPassByPass)
+{
+    for (long w : {1L, 3L, 4L, 5L, 7L, 8L, 9L, 13L, 37L})
+        for (float threshold : {0.0f, kGradientThreshold, 0.3f}) {
+            CVFloatWorld field(w, 6);
+            FillRandom(field, rng_);
+            CVGradientWorld fast(w, 6), slow(w, 6);
+            FillAll(fast, 99.0f);
+            FillAll(slow, 99.0f);
+            fast.SetThreshold(threshold);
+            slow.SetThreshold(threshold);
+            fast.ComputeRows(field, 1, 5);
+            slow.ComputeRows(field, 1, 5, true);
+            ASSERT_TRUE(SameBits(Snapshot(fast), Snapshot(slow))) << "width " << w << " threshold " << threshold;
+            EXPECT_EQ(fast.row_ptr(0)[0], 99.0f);
+            EXPECT_EQ(fast.row_ptr(5)[0], 99.0f);
+        }
+}
+
 }  // namespace
