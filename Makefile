@@ -7,6 +7,7 @@ ASAN_BUILD := build-asan
 WIN_BUILD := build-win
 WIN_HOST_BUILD := build-win-host
 BENCH_BUILD := build-bench
+INSTALL_BUILD := build-install
 FUZZ_BUILD := build-fuzz
 # make fuzz: seconds each fuzz target runs; make test gives each a fixed short time.
 FUZZ_SECONDS ?= 600
@@ -17,10 +18,11 @@ DIST := dist
 PACKAGES := cmake ninja-build g++ make pkg-config python3 \
 	libgtest-dev libgmock-dev libbenchmark-dev \
 	g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 wine64 \
-	libavformat-dev libavcodec-dev libswscale-dev libswresample-dev libavutil-dev ffmpeg \
+	libavformat-dev libavcodec-dev libavfilter-dev libswscale-dev libswresample-dev libavutil-dev ffmpeg \
 	clang libclang-rt-dev
 
-.PHONY: all deps build test test-native test-asan test-install test-wine test-fuzz fuzz fuzz-build win demo bench install clean
+.PHONY: all deps build install-build test test-native test-asan test-install test-wine test-fuzz fuzz fuzz-build \
+	win demo bench install clean
 
 all: build
 
@@ -35,8 +37,8 @@ test-native: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
 # make install into a scratch folder, and the installed tessen run from elsewhere.
-test-install: build
-	bash cmake/check-install.sh $(BUILD)
+test-install: install-build
+	bash cmake/check-install.sh $(INSTALL_BUILD)
 
 test-asan: deps
 	cmake -S . -B $(ASAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESSEN_SANITIZE=ON
@@ -80,8 +82,13 @@ test: win test-native test-install test-wine test-asan test-fuzz
 PREFIX ?= /usr/local
 
 # tessen in PREFIX/bin, the effect module in PREFIX/lib/tessen (DESTDIR is honoured).
-install: build
-	cmake --install $(BUILD) --prefix $(PREFIX) --strip
+# Only what is installed is built, in a folder of its own without the tests.
+install-build: deps
+	cmake -S . -B $(INSTALL_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESSEN_TESTS=OFF
+	cmake --build $(INSTALL_BUILD) -j $(JOBS) --target tessen TessenPlus
+
+install: install-build
+	cmake --install $(INSTALL_BUILD) --prefix $(PREFIX) --strip
 
 demo: build
 	$(BUILD)/cli/tessen demo $(DEMO_DIR)
@@ -92,4 +99,4 @@ bench: deps
 	$(BENCH_BUILD)/bench/tessen_bench --benchmark_min_time=0.2
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(WIN_BUILD) $(WIN_HOST_BUILD) $(BENCH_BUILD) $(FUZZ_BUILD) $(DIST)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(WIN_BUILD) $(WIN_HOST_BUILD) $(BENCH_BUILD) $(INSTALL_BUILD) $(FUZZ_BUILD) $(DIST)

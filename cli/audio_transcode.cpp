@@ -1,13 +1,18 @@
 #include "cli/audio_transcode.h"
 
 extern "C" {
+#include <libavfilter/avfilter.h>
+#include <libavfilter/buffersink.h>
+#include <libavfilter/buffersrc.h>
 #include <libavutil/audio_fifo.h>
 #include <libavutil/channel_layout.h>
 #include <libswresample/swresample.h>
 }
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <numeric>
 #include <stdexcept>
 
 namespace tessen::cli {
@@ -59,6 +64,12 @@ AudioPlan plan_audio(const AVOutputFormat* muxer, const AVCodecParameters* sourc
     return AudioPlan::Drop;
 }
 
+AudioPlan plan_audio_converted(const AVOutputFormat* muxer, const AVCodecParameters* source) {
+    const AudioPlan plan = plan_audio(muxer, source);
+    if (plan != AudioPlan::Copy) return plan;
+    return lossless(source->codec_id) && std::string(muxer->name) != "mp4" ? AudioPlan::ToPcm : AudioPlan::ToAac;
+}
+
 const char* audio_plan_name(AudioPlan plan) {
     switch (plan) {
     case AudioPlan::ToAac: return "AAC";
@@ -79,8 +90,19 @@ struct AudioTranscoder::Impl {
     AVPacket* packet = nullptr;
     AVPacket* encoded = nullptr;
     int64_t next_pts = AV_NOPTS_VALUE;  // encoder time base (samples)
+    // Following the picture: positions in output samples, counted on the
+    // source's time line (stretched) from its first picture.
+    AudioFollow follow;
+    int64_t pos = AV_NOPTS_VALUE;  // of the next converted sample
+    int64_t first = 0;             // samples before this are cut off (follow.start)
+    int64_t end = INT64_MAX;       // samples from here on are held back (end_at)
+    AVFilterGraph* graph = nullptr;  // pitch-kept slowing (atempo)
+    AVFilterContext *filter_in = nullptr, *filter_out = nullptr;
+    AVFrame* tempo = nullptr;
 
     ~Impl() {
+        avfilter_graph_free(&graph);
+        av_frame_free(&tempo);
         avcodec_free_context(&dec);
         avcodec_free_context(&enc);
         swr_free(&swr);
@@ -92,16 +114,24 @@ struct AudioTranscoder::Impl {
     }
 
     // Resampled samples into the queue the encoder takes its frames from.
+    // Following the picture, the stretch is part of the resampling (pitch
+    // shifted) unless the tempo filter did it before, and samples before
+    // the start are cut off here.
     void queue(const AVFrame* f) {
         if (!swr && f) {
-            check(swr_alloc_set_opts2(&swr, &enc->ch_layout, enc->sample_fmt, enc->sample_rate, const_cast<AVChannelLayout*>(&f->ch_layout),
-                                      AVSampleFormat(f->format), f->sample_rate, 0, nullptr),
+            int in_rate = f->sample_rate, out_rate = enc->sample_rate;
+            if (follow.stretch != 1 && !graph) {
+                const AVRational q = av_d2q(follow.stretch, 100000);  // 25 / 23.976 = 1001 / 960
+                const int64_t a = int64_t(in_rate) * q.den, b = int64_t(out_rate) * q.num;
+                const int64_t g = std::gcd(a, b);
+                in_rate = int(a / g);
+                out_rate = int(b / g);
+            }
+            check(swr_alloc_set_opts2(&swr, &enc->ch_layout, enc->sample_fmt, out_rate,
+                                      const_cast<AVChannelLayout*>(&f->ch_layout), AVSampleFormat(f->format), in_rate,
+                                      0, nullptr),
                   "cannot convert the audio");
             check(swr_init(swr), "cannot convert the audio");
-        }
-        if (next_pts == AV_NOPTS_VALUE && f) {
-            const int64_t t = f->best_effort_timestamp != AV_NOPTS_VALUE ? f->best_effort_timestamp : f->pts;
-            next_pts = t == AV_NOPTS_VALUE ? 0 : av_rescale_q(t, dec->pkt_timebase, enc->time_base);
         }
         const int room = swr_get_out_samples(swr, f ? f->nb_samples : 0);
         if (room <= 0) return;
@@ -111,10 +141,143 @@ struct AudioTranscoder::Impl {
         const int n = swr_convert(swr, data, room, f ? const_cast<const uint8_t**>(f->extended_data) : nullptr,
                                   f ? f->nb_samples : 0);
         int r = n;
-        if (n > 0) r = av_audio_fifo_write(fifo, reinterpret_cast<void**>(data), n);
+        if (n > 0) {
+            const int64_t cut = std::clamp<int64_t>(first - pos, 0, n);  // before the start
+            if (next_pts == AV_NOPTS_VALUE && cut < n) {
+                next_pts = pos + cut - (follow.active() ? first : 0);
+                // Sound that follows the picture starts with it: a late
+                // start is filled with silence rather than left to the
+                // container's start time, which not every reader honours.
+                if (follow.active() && next_pts > 0) fill_silence(next_pts);
+            }
+            if (cut < n) {
+                void* from[AV_NUM_DATA_POINTERS] = {};
+                const bool planar = av_sample_fmt_is_planar(enc->sample_fmt);
+                const int step = av_get_bytes_per_sample(enc->sample_fmt) * (planar ? 1 : enc->ch_layout.nb_channels);
+                for (int c = 0; c < (planar ? enc->ch_layout.nb_channels : 1); ++c) from[c] = data[c] + cut * step;
+                r = av_audio_fifo_write(fifo, from, int(n - cut));
+            }
+            pos += n;
+        }
         av_freep(&data[0]);
         av_freep(&data);
         check(r, "cannot convert the audio");
+    }
+
+    void fill_silence(int64_t samples) {
+        uint8_t** data = nullptr;
+        check(av_samples_alloc_array_and_samples(&data, nullptr, enc->ch_layout.nb_channels, int(samples),
+                                                 enc->sample_fmt, 0),
+              "out of memory");
+        av_samples_set_silence(data, 0, int(samples), enc->ch_layout.nb_channels, enc->sample_fmt);
+        const int r = av_audio_fifo_write(fifo, reinterpret_cast<void**>(data), int(samples));
+        av_freep(&data[0]);
+        av_freep(&data);
+        check(r, "out of memory");
+        next_pts = 0;
+    }
+
+    // A decoded frame: its place on the time line, then through the tempo
+    // filter when there is one.
+    void take(AVFrame* f) {
+        if (pos == AV_NOPTS_VALUE) {
+            const int64_t t = f->best_effort_timestamp != AV_NOPTS_VALUE ? f->best_effort_timestamp : f->pts;
+            const double seconds = t == AV_NOPTS_VALUE ? 0.0 : double(t) * av_q2d(dec->pkt_timebase);
+            pos = std::llround(seconds * follow.stretch * enc->sample_rate);
+            if (follow.keep_pitch && follow.stretch != 1) make_tempo_filter(f);
+        }
+        if (!graph) {
+            queue(f);
+            return;
+        }
+        check(av_buffersrc_add_frame(filter_in, f), "cannot slow the audio");
+        drain_tempo();
+    }
+
+    void drain_tempo() {
+        for (;;) {
+            const int r = av_buffersink_get_frame(filter_out, tempo);
+            if (r == AVERROR(EAGAIN) || r == AVERROR_EOF) return;
+            check(r, "cannot slow the audio");
+            queue(tempo);
+            av_frame_unref(tempo);
+        }
+    }
+
+    // abuffer -> atempo -> abuffersink: slower by the stretch, pitch kept.
+    // The filter swallows the first few milliseconds it is given, so the
+    // sound would come out early by as much; a run of silence through an
+    // identical filter measures that, and the sound is placed that much later.
+    void make_tempo_filter(const AVFrame* f) {
+        tempo = av_frame_alloc();
+        if (!tempo) throw std::runtime_error("out of memory");
+        const int probe = f->sample_rate;  // one second of silence
+        {
+            AVFilterGraph* g = nullptr;
+            AVFilterContext *in = nullptr, *out = nullptr;
+            build_tempo(f, g, in, out);
+            int64_t came_out = 0;
+            AVFrame* silence = av_frame_alloc();
+            int r = silence ? 0 : AVERROR(ENOMEM);
+            for (int done = 0; r >= 0 && done < probe; done += 1024) {
+                av_frame_unref(silence);
+                silence->nb_samples = std::min(1024, probe - done);
+                silence->format = f->format;
+                silence->sample_rate = f->sample_rate;
+                silence->pts = done;
+                r = av_channel_layout_copy(&silence->ch_layout, &in->outputs[0]->ch_layout);
+                if (r >= 0) r = av_frame_get_buffer(silence, 0);
+                if (r >= 0)
+                    r = av_samples_set_silence(silence->extended_data, 0, silence->nb_samples,
+                                               silence->ch_layout.nb_channels, AVSampleFormat(f->format));
+                if (r >= 0) r = av_buffersrc_add_frame(in, silence);
+                while (r >= 0 && av_buffersink_get_frame(out, tempo) >= 0) {
+                    came_out += tempo->nb_samples;
+                    av_frame_unref(tempo);
+                }
+            }
+            if (r >= 0) r = av_buffersrc_add_frame(in, nullptr);
+            while (r >= 0 && av_buffersink_get_frame(out, tempo) >= 0) {
+                came_out += tempo->nb_samples;
+                av_frame_unref(tempo);
+            }
+            av_frame_free(&silence);
+            avfilter_graph_free(&g);
+            check(r, "cannot slow the audio");
+            const int64_t lost = std::llround(probe * follow.stretch) - came_out;  // at the source's rate
+            pos += av_rescale(std::max<int64_t>(lost, 0), enc->sample_rate, f->sample_rate);
+        }
+        build_tempo(f, graph, filter_in, filter_out);
+    }
+
+    void build_tempo(const AVFrame* f, AVFilterGraph*& g, AVFilterContext*& in, AVFilterContext*& out) {
+        g = avfilter_graph_alloc();
+        if (!g) throw std::runtime_error("out of memory");
+        // The filters need a named layout; PCM often comes without one.
+        AVChannelLayout named{};
+        if (f->ch_layout.order == AV_CHANNEL_ORDER_UNSPEC)
+            av_channel_layout_default(&named, f->ch_layout.nb_channels);
+        else
+            check(av_channel_layout_copy(&named, &f->ch_layout), "out of memory");
+        char layout[128] = {};
+        av_channel_layout_describe(&named, layout, sizeof layout);
+        av_channel_layout_uninit(&named);
+        const std::string in_args = "time_base=1/" + std::to_string(f->sample_rate) +
+                                    ":sample_rate=" + std::to_string(f->sample_rate) + ":sample_fmt=" +
+                                    av_get_sample_fmt_name(AVSampleFormat(f->format)) + ":channel_layout=" + layout;
+        AVFilterContext* atempo = nullptr;
+        const std::string tempo_args = "tempo=" + std::to_string(1.0 / follow.stretch);
+        int r = avfilter_graph_create_filter(&in, avfilter_get_by_name("abuffer"), "in", in_args.c_str(), nullptr, g);
+        if (r >= 0)
+            r = avfilter_graph_create_filter(&out, avfilter_get_by_name("abuffersink"), "out", nullptr, nullptr, g);
+        if (r >= 0)
+            r = avfilter_graph_create_filter(&atempo, avfilter_get_by_name("atempo"), "tempo", tempo_args.c_str(),
+                                             nullptr, g);
+        if (r >= 0) r = avfilter_link(in, 0, atempo, 0);
+        if (r >= 0) r = avfilter_link(atempo, 0, out, 0);
+        if (r >= 0) r = avfilter_graph_config(g, nullptr);
+        if (r < 0) avfilter_graph_free(&g);
+        check(r, "cannot slow the audio");
     }
 
     int write_packets() {
@@ -130,11 +293,18 @@ struct AudioTranscoder::Impl {
         }
     }
 
+    // Samples in the queue before the end (end_at).
+    int ready() const {
+        const int held = av_audio_fifo_size(fifo);
+        if (end == INT64_MAX || next_pts == AV_NOPTS_VALUE) return held;
+        return int(std::clamp<int64_t>(end - first - next_pts, 0, held));
+    }
+
     // Whole encoder frames from the queue; at the end the rest as well.
     int encode(bool all) {
         const int size = enc->frame_size > 0 ? enc->frame_size : 1024;
-        while (av_audio_fifo_size(fifo) >= size || (all && av_audio_fifo_size(fifo) > 0)) {
-            const int n = std::min(size, av_audio_fifo_size(fifo));
+        while (ready() >= size || (all && ready() > 0)) {
+            const int n = std::min(size, ready());
             av_frame_unref(chunk);
             chunk->nb_samples = n;
             chunk->format = enc->sample_fmt;
@@ -158,7 +328,7 @@ struct AudioTranscoder::Impl {
             const int r = avcodec_receive_frame(dec, decoded);
             if (r == AVERROR(EAGAIN) || r == AVERROR_EOF) return 0;
             if (r < 0) return 0;  // a damaged packet: its sound is skipped
-            queue(decoded);
+            take(decoded);
             av_frame_unref(decoded);
             const int e = encode(false);
             if (e < 0) return e;
@@ -166,10 +336,12 @@ struct AudioTranscoder::Impl {
     }
 };
 
-AudioTranscoder::AudioTranscoder(const AVStream* source, AVFormatContext* out, AudioPlan plan)
+AudioTranscoder::AudioTranscoder(const AVStream* source, AVFormatContext* out, AudioPlan plan,
+                                 const AudioFollow& follow)
     : impl_(std::make_unique<Impl>()) {
     Impl& m = *impl_;
     m.out = out;
+    m.follow = follow;
     const AVCodecParameters* par = source->codecpar;
     const AVCodec* decoder = avcodec_find_decoder(par->codec_id);
     if (!decoder) throw std::runtime_error("no decoder for it");
@@ -219,6 +391,12 @@ AudioTranscoder::AudioTranscoder(const AVStream* source, AVFormatContext* out, A
     m.packet = av_packet_alloc();
     m.encoded = av_packet_alloc();
     if (!m.fifo || !m.decoded || !m.chunk || !m.packet || !m.encoded) throw std::runtime_error("out of memory");
+    m.first = follow.active() ? std::llround(follow.start * rate) : INT64_MIN / 2;
+}
+
+void AudioTranscoder::end_at(double seconds) {
+    Impl& m = *impl_;
+    m.end = m.first + std::llround(seconds * m.enc->sample_rate);
 }
 
 AudioTranscoder::~AudioTranscoder() = default;
@@ -240,6 +418,10 @@ int AudioTranscoder::finish() {
     avcodec_send_packet(m.dec, nullptr);
     int r = m.decode();
     if (r < 0) return r;
+    if (m.graph) {
+        check(av_buffersrc_add_frame(m.filter_in, nullptr), "cannot slow the audio");
+        m.drain_tempo();
+    }
     if (m.swr) m.queue(nullptr);
     r = m.encode(true);
     if (r < 0) return r;

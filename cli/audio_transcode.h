@@ -9,6 +9,8 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
+#include "cli/video_io.h"
+
 #include <memory>
 #include <string>
 
@@ -22,6 +24,9 @@ enum class AudioPlan { Copy, ToAac, ToPcm, Drop };
 // AAC otherwise), dropped only where nothing fits.
 AudioPlan plan_audio(const AVOutputFormat* muxer, const AVCodecParameters* source);
 
+// As plan_audio, but never Copy: for sound that must be cut or slowed.
+AudioPlan plan_audio_converted(const AVOutputFormat* muxer, const AVCodecParameters* source);
+
 // A short name of a plan's outcome for messages ("AAC", "PCM").
 const char* audio_plan_name(AudioPlan plan);
 
@@ -29,8 +34,8 @@ class AudioTranscoder {
 public:
     // Adds the converted stream to `out` (before its header is written).
     // Throws std::runtime_error with the cause when the conversion cannot be
-    // set up.
-    AudioTranscoder(const AVStream* source, AVFormatContext* out, AudioPlan plan);
+    // set up. `follow` cuts and slows the sound sample-exact (see end_at).
+    AudioTranscoder(const AVStream* source, AVFormatContext* out, AudioPlan plan, const AudioFollow& follow = {});
     ~AudioTranscoder();
     AudioTranscoder(const AudioTranscoder&) = delete;
     AudioTranscoder& operator=(const AudioTranscoder&) = delete;
@@ -40,7 +45,10 @@ public:
     // source's time base, zero at the first picture). Encoded packets go to
     // `out` interleaved; a write error comes back as the FFmpeg error code.
     int send(const AVPacket* packet);
-    // The end: everything still held is encoded and written.
+    // Sound from `seconds` on (output time) is held back; with it given, the
+    // sound ends exactly there, with the picture. Called as the picture grows.
+    void end_at(double seconds);
+    // The end: everything still held (up to end_at) is encoded and written.
     int finish();
 
 private:

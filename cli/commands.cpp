@@ -12,6 +12,7 @@
 #include "cli/pipeline.h"
 #include "cli/pulldown.h"
 #include "cli/progress.h"
+#include "cli/timecode.h"
 #include "cli/video_io.h"
 #include "cli/worker_channel.h"
 #include "cli/worker_pool.h"
@@ -136,6 +137,10 @@ int run_render(const Options& o) {
     if (!in_real.empty() && in_real == real_path_of(o.output))
         throw Failure(kExitUsage, o.output + ": the output would overwrite the input");
 
+    if (!o.pix_fmt.empty()) {
+        const std::string why = pixel_format_refusal(kind, o.pix_fmt);
+        if (!why.empty()) throw Failure(kExitUsage, o.output + ": " + why);
+    }
     std::unique_ptr<VideoReader> reader = open_input(o.input);
     const VideoInfo& info = reader->info();
 
@@ -165,7 +170,23 @@ int run_render(const Options& o) {
     wo.sample_aspect = info.sample_aspect;
     wo.overwrite = o.overwrite;
     if (plan.keep_audio) wo.audio_source = o.input;
+    if (plan.conformed) wo.audio_follow.stretch = info.frame_rate.value() / plan.comp_rate.value();
+    // A piece (--range) starts that many output frames into the whole run.
+    const int64_t piece_start = o.range ? o.range->first : 0;
+    wo.audio_follow.start = double(plan.first_source_frame) / info.frame_rate.value() * wo.audio_follow.stretch +
+                            double(piece_start) / plan.comp_rate.value();
+    wo.audio_follow.keep_pitch = !o.audio_pitch_shift;
+    wo.audio_follow.end_with_picture = o.frames.has_value() || o.range.has_value();
     wo.alpha = info.has_alpha;
+    wo.levels = o.nominal_range ? HostLevels{} : reader->use_whole_code_range();
+    wo.pixel_format = o.pix_fmt.empty() ? output_pixel_format(kind, info) : o.pix_fmt;
+    wo.timecode =
+        output_timecode(info.timecode, info.frame_rate, plan.comp_rate, plan.conformed, plan.first_source_frame,
+                        piece_start);
+    wo.reel = info.reel;
+    wo.creation_time = info.creation_time;
+    wo.title = info.title;
+    wo.language = info.language;
     std::unique_ptr<VideoWriter> writer;
     try {
         writer = std::make_unique<VideoWriter>(o.output, wo);

@@ -119,12 +119,13 @@ Refusal plan_rates(const VideoInfo& info, const Options& options, ConversionPlan
         plan.notes.push_back(
             "PAL to 23.976: the source is conformed to 23.976 fps, so every source frame becomes one output "
             "frame and the clip plays 4% longer");
-    // Audio keeps its place only while the output covers the source's time.
-    const bool trimmed = options.start.has_value() || options.frames.has_value() || options.range.has_value();
-    plan.keep_audio = info.has_audio && !plan.conformed && !trimmed;
-    if (info.has_audio && !plan.keep_audio)
-        plan.notes.push_back(plan.conformed ? "audio dropped: the conformed video is longer than the sound"
-                                            : "audio dropped: --start, --frames or --range changes the duration");
+    // The sound follows the picture: cut with --start, --frames and --range,
+    // slowed with a conform.
+    plan.keep_audio = info.has_audio && !options.no_audio;
+    if (plan.keep_audio && plan.conformed)
+        plan.notes.push_back(options.audio_pitch_shift
+                                 ? "the sound is slowed with the picture and its pitch drops (--audio-pitch shift)"
+                                 : "the sound is slowed with the picture, its pitch kept");
     return r;
 }
 

@@ -168,6 +168,15 @@ const char* help_text() {
            "  --draft                  low quality: the fast line-doubling path\n"
            "  --depth 8|16             bits per channel of the host's frames (default: 16 for\n"
            "                           sources above 8 bits, else 8)\n"
+           "  --range nominal          put a Y'CbCr source's black and white on the host's ends,\n"
+           "                           clipping what lies below black and above white (default:\n"
+           "                           the whole code range goes through and is kept)\n"
+           "  --pix-fmt F              pixel format of .mkv or .mov output, by FFmpeg's name\n"
+           "                           (such as yuv422p10le, yuv444p16le, gbrp16le)\n"
+           "  --no-audio               leave the sound out\n"
+           "  --audio-pitch keep|shift  a PAL to 23.976 conform slows the sound with the\n"
+           "                           picture: keep its pitch (default), or shift it down\n"
+           "                           as playing slower does (the old telecine way)\n"
            "  --start F|T              first source frame (an index such as 120) or time (such\n"
            "                           as 4.5s or 00:01:04.5)\n"
            "  --frames N               number of output frames to write\n"
@@ -185,6 +194,19 @@ const char* help_text() {
            "  -y                       overwrite OUT if it exists\n"
            "  --quiet                  no progress and no notes\n"
            "  -h, --help               this text\n"
+           "\n"
+           "Output kinds, by the name of OUT (container: codec, pixel format):\n"
+           "  OUT.mov         QuickTime: ProRes 422 HQ, yuv422p10le; ProRes 4444,\n"
+           "                  yuva444p10le, when the source has alpha\n"
+           "  OUT.mkv         Matroska: FFV1 version 3 with slice CRCs, lossless, in the\n"
+           "                  source's own family: Y'CbCr of its subsampling and at least\n"
+           "                  its depth (yuv411p from NTSC DV, yuv422p10le from v210),\n"
+           "                  RGB (bgr0 or gbrp16le; bgra or gbrap16le with alpha) from\n"
+           "                  RGB sources\n"
+           "  OUT.mp4         MP4: H.264 High, yuv420p: an 8-bit 4:2:0 viewing copy, not\n"
+           "                  an archive\n"
+           "  OUT_%05d.png    numbered 16-bit PNG images, rgb48be (rgba64be with alpha)\n"
+           "Y'CbCr outputs of a Y'CbCr source keep its codes below black and above white.\n"
            "\n"
            "Exit codes:\n"
            "  0    success\n"
@@ -370,6 +392,23 @@ ParseResult parse_command_line(const std::vector<std::string>& args) {
                 r.error = "--depth must be 8 or 16 (got '" + value + "')";
                 return r;
             }
+        } else if (opt == "--range" && (inline_value ? value : i + 1 < args.size() ? args[i + 1] : "") == "nominal") {
+            if (!render_only() || !take()) return r;
+            o.nominal_range = true;
+        } else if (opt == "--no-audio") {
+            if (!render_only()) return r;
+            o.no_audio = true;
+        } else if (opt == "--audio-pitch") {
+            if (!render_only() || !take()) return r;
+            if (value == "keep" || value == "shift") {
+                o.audio_pitch_shift = value == "shift";
+            } else {
+                r.error = "--audio-pitch must be keep or shift (got '" + value + "')";
+                return r;
+            }
+        } else if (opt == "--pix-fmt") {
+            if (!render_only() || !take()) return r;
+            o.pix_fmt = lower(value);
         } else if (opt == "--start") {
             if (!render_only() || !take()) return r;
             StartPoint sp;

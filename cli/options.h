@@ -63,6 +63,12 @@ struct Options {
     bool force = false;  // convert a source that looks progressive, or a still image
     bool quiet = false;
     std::string module;  // empty: TESSEN_MODULE or the built-in path
+    // --range nominal: a Y'CbCr source's black and white on the host's ends
+    // (what lies outside is clipped); default: its whole code range.
+    bool nominal_range = false;
+    bool no_audio = false;     // --no-audio
+    bool audio_pitch_shift = false;  // --audio-pitch shift: a conform slows the sound, pitch and all
+    std::string pix_fmt;  // --pix-fmt: pixel format of .mkv/.mov output; empty: the source's family
 };
 
 // Parse result: either options, or a message for a usage error.

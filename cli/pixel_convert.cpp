@@ -98,7 +98,14 @@ void yuv_row_to_argb16(const YuvCoefficients& k, const YuvRow& row, uint16_t* ou
     yuv_pixels<uint16_t>(k, row, x, out, uint16_t(kHostMax16), host16_from_unit);
 }
 
-YuvCoefficients YuvCoefficients::make(int matrix, bool full, int bits) {
+HostLevels YuvCoefficients::whole_code_levels(bool full, int bits) {
+    if (full) return {};
+    const float max = std::ldexp(1.0f, bits) - 1;
+    const float unit = std::ldexp(1.0f, bits - 8);
+    return {16 * unit / max, 235 * unit / max};
+}
+
+YuvCoefficients YuvCoefficients::make(int matrix, bool full, int bits, const HostLevels& levels) {
     YuvCoefficients k;
     switch (matrix) {
     case 1:  // BT.709
@@ -135,6 +142,14 @@ YuvCoefficients YuvCoefficients::make(int matrix, bool full, int bits) {
         k.y_offset = 16 * unit;
         k.y_scale = 1 / (219 * unit);
         k.c_scale = 1 / (224 * unit);
+    }
+    if (!levels.nominal()) {
+        // host = black + (white - black) * R': one affine step, folded into
+        // the offsets and scales so that to_rgb and from_rgb stay as they are.
+        const float span = levels.white - levels.black;
+        k.y_offset -= levels.black / (span * k.y_scale);
+        k.y_scale *= span;
+        k.c_scale *= span;
     }
     return k;
 }

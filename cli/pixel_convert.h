@@ -48,8 +48,11 @@ struct YuvCoefficients {
     float r_v = 1.402f, b_u = 1.772f, g_u = 0.344136f, g_v = 0.714136f;  // derived from kr, kb
 
     // matrix: an AVColorSpace value (BT.601 for anything unknown); full:
-    // full ("JPEG") range instead of limited; bits: 8..16.
-    static YuvCoefficients make(int matrix, bool full, int bits);
+    // full ("JPEG") range instead of limited; bits: 8..16. R'G'B' values
+    // are placed on the host's 0..1 scale by `levels`.
+    static YuvCoefficients make(int matrix, bool full, int bits, const HostLevels& levels = {});
+    // The whole-range levels for a source of this range and depth.
+    static HostLevels whole_code_levels(bool full, int bits);
 
     // Codes to R'G'B' in 0..1 (not clamped).
     void to_rgb(float y, float cb, float cr, float rgb[3]) const {

@@ -51,6 +51,20 @@ struct ColorInfo {
     bool tagged = false;
 };
 
+// Where R'G'B' black (0) and white (1) lie on the host's scale (0..1 being
+// 0..255 or 0..32768). The nominal mapping puts them on the ends, so
+// anything below black or above white is clipped. For a limited-range
+// Y'CbCr source the whole-range mapping lays the code range itself over the
+// host's (8-bit code 0 on 0, 255 on 255; black 16 and white 235 between), so
+// sub-black and super-white pass through the effect and back.
+struct HostLevels {
+    float black = 0.0f;
+    float white = 1.0f;
+    bool nominal() const { return black == 0.0f && white == 1.0f; }
+    // R'G'B' (0 black, 1 white) from a host value on the 0..1 scale, and back.
+    float to_nominal(float v) const { return (v - black) / (white - black); }
+};
+
 // The colour assumed for untagged video of this height: BT.709 for HD
 // (height >= 720), else BT.601 with NTSC primaries, or PAL primaries for
 // 576-line video; transfer BT.709 throughout; limited range.
@@ -78,6 +92,11 @@ struct VideoInfo {
     Rational sample_aspect{1, 1};
     std::string codec_name;          // e.g. "prores", "h264"
     std::string pixel_format;        // e.g. "yuv422p10le"
+    // What the file says about where it came from ("" when it says nothing):
+    // the start timecode of the video ("01:00:00;00"), from a timecode track,
+    // the stream or the container; the reel or tape name; the creation time;
+    // the video stream's title and language.
+    std::string timecode, reel, creation_time, title, language;
 };
 
 // One picture in the host's layout (see top of file). rowbytes is
@@ -120,6 +139,10 @@ public:
     // half the cost of reading); returns how many there were. Errors as read().
     int64_t skip(int64_t count);
     int64_t frames_read() const;  // delivered or skipped
+    // Keeps a limited-range Y'CbCr source's codes outside black..white (see
+    // HostLevels); call before the first read. Returns the levels in use,
+    // nominal for sources that have no such room (RGB, full range).
+    HostLevels use_whole_code_range();
     // Frames are placed by their timestamps at the nominal rate; once the
     // whole video has been read, says how many were repeated to fill gaps
     // or left out ("" when none).
@@ -137,6 +160,22 @@ enum class OutputKind { ProRes, Ffv1, H264, PngSequence };
 // Throws CliError for a name that matches none of them.
 OutputKind output_kind_for(const std::string& path);
 const char* output_kind_name(OutputKind kind);  // "ProRes 422 HQ", ...
+// The pixel format an archive keeps a source in: for .mkv from Y'CbCr, FFV1's
+// planar Y'CbCr of the source's subsampling (4:4:4 when FFV1 has none such)
+// and at least its depth; "" for the kind's default (RGB sources, others).
+std::string output_pixel_format(OutputKind kind, const VideoInfo& source);
+// Why --pix-fmt `name` cannot be written as `kind` ("" when it can).
+std::string pixel_format_refusal(OutputKind kind, const std::string& name);
+
+// Sound that follows the picture: the span of a --start, and the slowing of
+// a conform. Times are output seconds from the first picture.
+struct AudioFollow {
+    double start = 0;       // sound before this is cut off (the source's --start, stretched)
+    double stretch = 1;     // output seconds per source second (25 / 23.976 for the PAL conform)
+    bool keep_pitch = true; // slowed with the pitch kept; else played slower, pitch and all
+    bool end_with_picture = false;  // cut where the last picture ends (--frames)
+    bool active() const { return start > 0 || stretch != 1 || end_with_picture; }
+};
 
 struct WriterOptions {
     int width = 0;
@@ -156,12 +195,27 @@ struct WriterOptions {
     bool overwrite = false;     // replace an existing output (-y)
     int h264_crf = 16;
     // When not empty, the audio streams of this file are copied over
-    // (packets re-timed against its first video frame). Pass it only when the
-    // output keeps the input's duration.
+    // (packets re-timed against its first video frame).
     std::string audio_source;
+    // Cut (--start) or slowed (conform) with the picture: then the sound is
+    // decoded, cut sample-exact, ends with the last picture and is encoded
+    // again (PCM from PCM or lossless sound, else AAC).
+    AudioFollow audio_follow;
     // The pictures carry alpha worth keeping: ProRes 4444, FFV1 and PNG
     // with alpha are written; H.264 has none and says so in alpha_notice().
     bool alpha = false;
+    // Levels of the pictures handed in (the reader's): Y'CbCr outputs keep
+    // what lies outside black..white, RGB outputs are brought to nominal.
+    HostLevels levels;
+    // Pixel format of .mkv and .mov output by FFmpeg's name ("yuv422p10le");
+    // empty: .mkv RGB (bgr0 / gbrp16le, with alpha bgra / gbrap16le), .mov
+    // ProRes 422 HQ or 4444 with alpha. Others are refused.
+    std::string pixel_format;
+    // Written where the container holds them ("" leaves one out): start
+    // timecode at the output's rate (a timecode track in .mov and .mp4, a
+    // TIMECODE tag in .mkv), reel name, creation time, the video stream's
+    // title and language. Copied sound keeps its own titles and languages.
+    std::string timecode, reel, creation_time, title, language;
 };
 
 // Writes frames into a temporary file beside the target; finish() completes

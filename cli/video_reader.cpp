@@ -159,6 +159,7 @@ struct VideoReader::Impl {
     std::string timing;
     int64_t expected_frames = -1;  // from a reliable container count, for truncation checks
     std::string damage;            // why reading stopped early, thrown after the frames before it
+    int64_t packets = 0;           // video packets read: the file's frame where reading stops
     // Pictures with repeat-field flags (soft pulldown: film pictures flagged
     // to show three fields or two) are shown as a player shows them: each
     // picture's fields in turn, the flagged one twice, paired into frames at
@@ -183,6 +184,7 @@ struct VideoReader::Impl {
     // conversion buffers, kept from frame to frame
     std::vector<float> chroma_b, chroma_r;
     std::vector<uint16_t> line_buffer, luma_buffer, alpha_buffer;
+    HostLevels levels;  // of Y'CbCr converted here
 
     ~Impl() {
         sws_freeContext(sws);
@@ -256,6 +258,30 @@ struct VideoReader::Impl {
         previous = av_frame_alloc();
         if (!previous) fail("out of memory");
         describe(st);
+        describe_origin(st);
+    }
+
+    // Timecode, reel and creation time: the video stream's own tags first,
+    // then a timecode track's or another stream's, then the container's.
+    void describe_origin(const AVStream* st) {
+        auto find = [&](const char* key) -> std::string {
+            if (const AVDictionaryEntry* e = av_dict_get(st->metadata, key, nullptr, 0)) return e->value;
+            for (unsigned i = 0; i < fmt->nb_streams; ++i)
+                if (const AVDictionaryEntry* e = av_dict_get(fmt->streams[i]->metadata, key, nullptr, 0))
+                    return e->value;
+            if (const AVDictionaryEntry* e = av_dict_get(fmt->metadata, key, nullptr, 0)) return e->value;
+            return "";
+        };
+        info.timecode = find("timecode");
+        info.reel = find("reel_name");
+        info.creation_time = find("creation_time");
+        auto own = [&](const char* key) -> std::string {
+            const AVDictionaryEntry* e = av_dict_get(st->metadata, key, nullptr, 0);
+            return e ? e->value : "";
+        };
+        info.title = own("title");
+        info.language = own("language");
+        if (info.language == "und") info.language.clear();
     }
 
     // The slot of the decoded frame at the nominal rate, counted from the
@@ -539,15 +565,13 @@ struct VideoReader::Impl {
             if (r == 0) return true;
             if (r == AVERROR_EOF) return false;
             if (r != AVERROR(EAGAIN)) {
-                if (damage.empty()) damage = "damaged video data after frame " + std::to_string(delivered) + ": " +
-                                             av_error_text(r);
+                if (damage.empty()) damage = stop_text(r, false, delivered);
                 return false;
             }
             if (flushing) return false;
             r = av_read_frame(fmt, pkt);
             if (r < 0) {
-                if (r != AVERROR_EOF)
-                    damage = "reading stopped after frame " + std::to_string(delivered) + ": " + av_error_text(r);
+                if (r != AVERROR_EOF) damage = stop_text(r, fmt->pb && fmt->pb->error < 0, packets);
                 avcodec_send_packet(dec, nullptr);
                 flushing = true;
                 continue;
@@ -556,15 +580,27 @@ struct VideoReader::Impl {
                 av_packet_unref(pkt);
                 continue;
             }
+            ++packets;
             r = avcodec_send_packet(dec, pkt);
             av_packet_unref(pkt);
             if (r < 0 && r != AVERROR(EAGAIN)) {
                 // Keep what is already decoded, then stop with the cause.
-                damage = "damaged video data after frame " + std::to_string(delivered) + ": " + av_error_text(r);
+                damage = stop_text(r, false, packets - 1);
                 avcodec_send_packet(dec, nullptr);
                 flushing = true;
             }
         }
+    }
+
+    // Why reading stopped, at the frame of the file (counted from 0) where it
+    // did. Demuxers and decoders report damaged data with assorted codes (DV
+    // even with -1, which would read as "permission denied"), so only an
+    // error of the file itself (`io`) is named by its code.
+    std::string stop_text(int r, bool io, int64_t frame_index) const {
+        const std::string at = "frame " + std::to_string(frame_index);
+        if (io) return "reading stopped at " + at + ": " + av_error_text(fmt->pb->error);
+        if (r == AVERROR(ENOMEM)) return "out of memory at " + at;
+        return "the video data is damaged at " + at + "; the file cannot be read past it";
     }
 
     void check_complete() {
@@ -634,7 +670,7 @@ struct VideoReader::Impl {
         const bool chroma = d->nb_components >= 3;
         const int alpha = (d->flags & AV_PIX_FMT_FLAG_ALPHA) ? d->nb_components - 1 : -1;
         const YuvCoefficients k =
-            YuvCoefficients::make(info.color.matrix, info.color.range == AVCOL_RANGE_JPEG, d->comp[0].depth);
+            YuvCoefficients::make(info.color.matrix, info.color.range == AVCOL_RANGE_JPEG, d->comp[0].depth, levels);
         const uint8_t* planes[4] = {frame->data[0], frame->data[1], frame->data[2], frame->data[3]};
 
         // Chroma siting: horizontally co-sited with the even luma samples
@@ -823,5 +859,14 @@ bool VideoReader::read(HostFrame& out, int depth) {
 }
 
 const std::string& VideoReader::timing_notice() const { return impl_->timing; }
+
+HostLevels VideoReader::use_whole_code_range() {
+    Impl& m = *impl_;
+    const int format = av_get_pix_fmt(m.info.pixel_format.c_str());
+    const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(AVPixelFormat(format));
+    if (direct_yuv(d, format) && d->nb_components >= 3)
+        m.levels = YuvCoefficients::whole_code_levels(m.info.color.range == AVCOL_RANGE_JPEG, d->comp[0].depth);
+    return m.levels;
+}
 
 }  // namespace tessen::cli

@@ -33,6 +33,61 @@ OutputKind output_kind_for(const std::string& path) {
                              "\"; use .mov (ProRes 422 HQ), .mkv (FFV1 lossless), .mp4 (H.264) or out_%05d.png");
 }
 
+std::string output_pixel_format(OutputKind kind, const VideoInfo& source) {
+    if (kind != OutputKind::Ffv1 || source.is_rgb) return "";
+    static const char* const subsampling[3][3] = {{"444", "440", ""}, {"422", "420", ""}, {"411", "", "410"}};
+    const int sx = std::clamp(source.chroma_shift_x, 0, 2), sy = std::clamp(source.chroma_shift_y, 0, 2);
+    const std::string ss = *subsampling[sx][sy] ? subsampling[sx][sy] : "444";
+    const AVCodec* codec = avcodec_find_encoder_by_name("ffv1");
+    // The source's depth, else the next deeper one FFV1 stores.
+    for (int bits : {8, 9, 10, 12, 14, 16}) {
+        if (bits < source.bits_per_component) continue;
+        const std::string name = std::string(source.has_alpha ? "yuva" : "yuv") + ss + "p" +
+                                 (bits > 8 ? std::to_string(bits) + "le" : "");
+        const AVPixelFormat f = av_get_pix_fmt(name.c_str());
+        for (const AVPixelFormat* p = codec ? codec->pix_fmts : nullptr; p && *p != AV_PIX_FMT_NONE; ++p)
+            if (*p == f) return name;
+    }
+    return source.has_alpha ? "yuva444p16le" : "yuv444p16le";
+}
+
+namespace {
+
+// Pixel formats the frames are filled into: planar Y'CbCr (little-endian, 8
+// to 16 bits, alpha allowed) and the RGB layouts of FFV1.
+bool fillable(AVPixelFormat f) {
+    if (f == AV_PIX_FMT_0RGB32 || f == AV_PIX_FMT_BGRA || f == AV_PIX_FMT_GBRP16 || f == AV_PIX_FMT_GBRAP16)
+        return true;
+    const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(f);
+    if (!d || (d->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_BE | AV_PIX_FMT_FLAG_PAL |
+                           AV_PIX_FMT_FLAG_BITSTREAM | AV_PIX_FMT_FLAG_FLOAT | AV_PIX_FMT_FLAG_HWACCEL)))
+        return false;
+    if (!(d->flags & AV_PIX_FMT_FLAG_PLANAR) || d->nb_components < 3) return false;
+    for (int c = 0; c < d->nb_components; ++c)
+        if (d->comp[c].plane != c || d->comp[c].depth < 8 || d->comp[c].depth > 16 || d->comp[c].shift != 0)
+            return false;
+    return true;
+}
+
+}  // namespace
+
+std::string pixel_format_refusal(OutputKind kind, const std::string& name) {
+    if (kind != OutputKind::Ffv1 && kind != OutputKind::ProRes)
+        return "--pix-fmt applies to .mkv (FFV1) and .mov (ProRes) output only";
+    const AVCodec* codec = avcodec_find_encoder_by_name(kind == OutputKind::Ffv1 ? "ffv1" : "prores_ks");
+    if (!codec) return "this FFmpeg has no encoder for " + std::string(output_kind_name(kind));
+    const AVPixelFormat f = av_get_pix_fmt(name.c_str());
+    std::string usable;
+    bool taken = false;
+    for (const AVPixelFormat* p = codec->pix_fmts; p && *p != AV_PIX_FMT_NONE; ++p) {
+        if (!fillable(*p)) continue;
+        usable += std::string(usable.empty() ? "" : ", ") + av_get_pix_fmt_name(*p);
+        taken = taken || *p == f;
+    }
+    if (taken) return "";
+    return "--pix-fmt " + name + " cannot be written as " + output_kind_name(kind) + "; choose one of " + usable;
+}
+
 const char* output_kind_name(OutputKind kind) {
     switch (kind) {
     case OutputKind::ProRes: return "ProRes 422 HQ";
@@ -159,10 +214,19 @@ struct VideoWriter::Impl {
         color = opt.color;
         if (color.primaries == AVCOL_PRI_UNSPECIFIED) color.primaries = guess.primaries;
         if (color.transfer == AVCOL_TRC_UNSPECIFIED) color.transfer = guess.transfer;
-        const bool rgb_out = kind == OutputKind::Ffv1 || kind == OutputKind::PngSequence;
+        AVPixelFormat chosen = AV_PIX_FMT_NONE;
+        if (!opt.pixel_format.empty()) {
+            const std::string why = pixel_format_refusal(kind, opt.pixel_format);
+            if (!why.empty()) fail(why);
+            chosen = av_get_pix_fmt(opt.pixel_format.c_str());
+        }
+        const bool rgb_out = kind == OutputKind::PngSequence ||
+                             (kind == OutputKind::Ffv1 &&
+                              (chosen == AV_PIX_FMT_NONE || (av_pix_fmt_desc_get(chosen)->flags & AV_PIX_FMT_FLAG_RGB)));
         if (rgb_out) {
             color.matrix = AVCOL_SPC_RGB;
             color.range = AVCOL_RANGE_JPEG;
+            if (!opt.levels.nominal()) make_nominal_tables(opt.depth);
         }
         if (kind == OutputKind::PngSequence) {
             // Untagged PNG is shown as sRGB, which is how the video looks on
@@ -172,7 +236,9 @@ struct VideoWriter::Impl {
             color.transfer = AVCOL_TRC_UNSPECIFIED;
         } else if (!rgb_out) {
             if (!yuv_matrix(color.matrix)) color.matrix = guess.matrix;
-            color.range = AVCOL_RANGE_MPEG;
+            // A full-range source stays full range in a lossless copy.
+            color.range = kind == OutputKind::Ffv1 && color.range == AVCOL_RANGE_JPEG ? AVCOL_RANGE_JPEG
+                                                                                    : AVCOL_RANGE_MPEG;
         }
         enc->colorspace = AVColorSpace(color.matrix);
         enc->color_range = AVColorRange(color.range);
@@ -183,13 +249,17 @@ struct VideoWriter::Impl {
         switch (kind) {
         case OutputKind::ProRes:
             // With alpha, ProRes 4444 (full chroma and a 16-bit alpha plane).
-            enc->pix_fmt = opt.alpha ? AV_PIX_FMT_YUVA444P10LE : AV_PIX_FMT_YUV422P10LE;
-            codec_opts.set("profile", opt.alpha ? "4444" : "hq");
+            enc->pix_fmt = chosen != AV_PIX_FMT_NONE ? chosen
+                           : opt.alpha                 ? AV_PIX_FMT_YUVA444P10LE
+                                                       : AV_PIX_FMT_YUV422P10LE;
+            codec_opts.set("profile", av_pix_fmt_desc_get(enc->pix_fmt)->log2_chroma_w == 0 ? "4444" : "hq");
             codec_opts.set("vendor", "apl0");
             break;
         case OutputKind::Ffv1:
             // FFV1 has no planar 8-bit RGB and would pick a 9-bit format.
-            if (opt.alpha)
+            if (chosen != AV_PIX_FMT_NONE)
+                enc->pix_fmt = chosen;
+            else if (opt.alpha)
                 enc->pix_fmt = opt.depth == 8 ? AV_PIX_FMT_BGRA : AV_PIX_FMT_GBRAP16;
             else
                 enc->pix_fmt = opt.depth == 8 ? AV_PIX_FMT_0RGB32 : AV_PIX_FMT_GBRP16;
@@ -229,6 +299,7 @@ struct VideoWriter::Impl {
         frame->height = enc->height;
         check(av_frame_get_buffer(frame, 0), "out of memory");
 
+        tag_origin();
         if (!opt.audio_source.empty()) open_audio();
 
         if (!(fmt->oformat->flags & AVFMT_NOFILE)) {
@@ -236,12 +307,30 @@ struct VideoWriter::Impl {
             if (r < 0) fail("cannot write: " + av_error_text(r));
         }
         Dict mux_opts;
-        if (kind == OutputKind::H264) mux_opts.set("movflags", "+faststart+write_colr");
+        // use_metadata_tags: MP4 has no place for a reel name otherwise.
+        if (kind == OutputKind::H264)
+            mux_opts.set("movflags", opt.reel.empty() ? "+faststart+write_colr" : "+faststart+write_colr+use_metadata_tags");
         if (kind == OutputKind::ProRes) mux_opts.set("movflags", "+write_colr");
         r = avformat_write_header(fmt, &mux_opts.d);
         if (r < 0) fail("cannot write: " + av_error_text(r));
         if (const AVDictionaryEntry* e = av_dict_get(mux_opts.d, "", nullptr, AV_DICT_IGNORE_SUFFIX))
             fail(std::string("the ") + muxer + " writer does not know the option " + e->key);
+    }
+
+    // Timecode, reel, creation time, title and language, each where the
+    // container keeps it: a QuickTime timecode track (which also holds the
+    // reel) in .mov and .mp4, tags in Matroska.
+    void tag_origin() {
+        if (kind == OutputKind::PngSequence) return;
+        auto set = [](AVDictionary** d, const char* key, const std::string& value) {
+            if (!value.empty()) av_dict_set(d, key, value.c_str(), 0);
+        };
+        set(kind == OutputKind::Ffv1 ? &fmt->metadata : &vst->metadata, "timecode", opt.timecode);
+        set(&vst->metadata, "reel_name", opt.reel);
+        if (kind == OutputKind::H264) set(&fmt->metadata, "reel_name", opt.reel);
+        set(&fmt->metadata, "creation_time", opt.creation_time);
+        if (kind == OutputKind::Ffv1) set(&vst->metadata, "title", opt.title);
+        set(&vst->metadata, "language", opt.language);
     }
 
     void open_audio() {
@@ -275,15 +364,21 @@ struct VideoWriter::Impl {
                 if (!anotice.empty()) anotice += "; ";
                 anotice += std::string("audio stream ") + std::to_string(i) + " (" + name + ") " + what;
             };
-            const AudioPlan plan = plan_audio(fmt->oformat, st->codecpar);
+            // Sound cut or slowed with the picture is always decoded; it is
+            // only said when the codec changes.
+            const AudioPlan natural = plan_audio(fmt->oformat, st->codecpar);
+            const AudioPlan plan = opt.audio_follow.active() && natural == AudioPlan::Copy
+                                       ? plan_audio_converted(fmt->oformat, st->codecpar)
+                                       : natural;
             if (plan == AudioPlan::ToAac || plan == AudioPlan::ToPcm) {
                 try {
                     aconvert.resize(ain->nb_streams);
-                    aconvert[i] = std::make_unique<AudioTranscoder>(st, fmt, plan);
+                    aconvert[i] = std::make_unique<AudioTranscoder>(st, fmt, plan, opt.audio_follow);
                     amap[i] = aconvert[i]->output_index();
                     ++acopied;
-                    note(std::string("is converted to ") + audio_plan_name(plan) + " for " + output_kind_name(kind) +
-                         " output");
+                    if (natural != AudioPlan::Copy)
+                        note(std::string("is converted to ") + audio_plan_name(plan) + " for " +
+                             output_kind_name(kind) + " output");
                     continue;
                 } catch (const std::exception& e) {
                     note(std::string("cannot be converted (") + e.what() + ") and is left out");
@@ -330,7 +425,9 @@ struct VideoWriter::Impl {
             AVStream* is = ain->streams[apkt->stream_index];
             const int64_t shift = av_rescale_q(aoffset, AV_TIME_BASE_Q, is->time_base);
             const int64_t ts = apkt->dts != AV_NOPTS_VALUE ? apkt->dts : apkt->pts;
-            if (ts != AV_NOPTS_VALUE && double(ts - shift) * av_q2d(is->time_base) > until) break;
+            if (ts != AV_NOPTS_VALUE &&
+                double(ts - shift) * av_q2d(is->time_base) * opt.audio_follow.stretch - opt.audio_follow.start > until)
+                break;
             apending = false;
             if (apkt->pts != AV_NOPTS_VALUE) apkt->pts -= shift;
             if (apkt->dts != AV_NOPTS_VALUE) apkt->dts -= shift;
@@ -342,7 +439,13 @@ struct VideoWriter::Impl {
                 continue;
             }
             if (apkt->stream_index < int(aconvert.size()) && aconvert[apkt->stream_index]) {
-                const int r = aconvert[apkt->stream_index]->send(apkt);
+                int r = 0;
+                try {
+                    r = aconvert[apkt->stream_index]->send(apkt);
+                } catch (const std::exception& e) {
+                    av_packet_unref(apkt);
+                    fail(std::string("cannot convert the audio: ") + e.what());
+                }
                 av_packet_unref(apkt);
                 if (r < 0) fail("cannot write: " + av_error_text(r));
                 continue;
@@ -355,6 +458,13 @@ struct VideoWriter::Impl {
             av_packet_unref(apkt);
             if (r < 0) fail("cannot write: " + av_error_text(r));
         }
+    }
+
+    // Sound that follows the picture ends where the picture written so far does.
+    void end_audio_at(double seconds) {
+        if (!opt.audio_follow.active()) return;
+        for (auto& t : aconvert)
+            if (t) t->end_at(seconds);
     }
 
     void drain(bool flushing) {
@@ -399,19 +509,42 @@ struct VideoWriter::Impl {
         if (err) fail("cannot write: " + io_error_text(err));
     }
 
+    // RGB outputs hold nominal R'G'B': pictures with room below black and
+    // above white (HostLevels) are brought back to it through these tables,
+    // host value -> 16 and 8 bits.
+    std::vector<uint16_t> nominal16;
+    std::vector<uint8_t> nominal8;
+
+    void make_nominal_tables(int depth) {
+        const int n = depth == 16 ? 65536 : 256;
+        const float scale = depth == 16 ? float(kHostMax16) : 255.0f;
+        nominal16.resize(size_t(n));
+        nominal8.resize(size_t(n));
+        for (int v = 0; v < n; ++v) {
+            const float r = std::clamp(opt.levels.to_nominal(float(v) / scale), 0.0f, 1.0f);
+            nominal16[size_t(v)] = uint16_t(r * 65535.0f + 0.5f);
+            nominal8[size_t(v)] = u8_from_unit(r);
+        }
+    }
+
     void fill_frame(const HostFrame& in) {
         check(av_frame_make_writable(frame), "out of memory");
         const int w = in.width, h = in.height;
         const bool deep = in.depth == 16;
+        const bool remap = !nominal16.empty();
         auto c16 = [&](int y, int x, int c) -> uint16_t {  // component c (0 A, 1 R, 2 G, 3 B) as 16 bits
+            if (remap && c > 0) return nominal16[deep ? in.row16(y)[4 * x + c] : in.row8(y)[4 * x + c]];
             return deep ? u16_from_host16(in.row16(y)[4 * x + c]) : uint16_t(in.row8(y)[4 * x + c] * 257);
         };
         auto c8 = [&](int y, int x, int c) -> uint8_t {
+            if (remap && c > 0) return nominal8[deep ? in.row16(y)[4 * x + c] : in.row8(y)[4 * x + c]];
             return deep ? u8_from_host16(in.row16(y)[4 * x + c]) : in.row8(y)[4 * x + c];
         };
         switch (kind) {
         case OutputKind::Ffv1:
-            if (opt.depth == 8) {
+            if (!(av_pix_fmt_desc_get(enc->pix_fmt)->flags & AV_PIX_FMT_FLAG_RGB)) {
+                yuv_into_frame(in);
+            } else if (enc->pix_fmt == AV_PIX_FMT_0RGB32 || enc->pix_fmt == AV_PIX_FMT_BGRA) {
                 // 0RGB32 and BGRA alike: A (or nothing), R, G, B from the top byte down.
                 for (int y = 0; y < h; ++y) {
                     uint32_t* o = reinterpret_cast<uint32_t*>(frame->data[0] + size_t(y) * frame->linesize[0]);
@@ -462,7 +595,8 @@ struct VideoWriter::Impl {
     void yuv_into_frame(const HostFrame& in) {
         const AVPixFmtDescriptor* d = av_pix_fmt_desc_get(enc->pix_fmt);
         const int bits = d->comp[0].depth, sx = d->log2_chroma_w, sy = d->log2_chroma_h;
-        const YuvCoefficients k = YuvCoefficients::make(color.matrix, false, bits);
+        const YuvCoefficients k =
+            YuvCoefficients::make(color.matrix, color.range == AVCOL_RANGE_JPEG, bits, opt.levels);
         const int w = in.width, h = in.height;
         const int cw = AV_CEIL_RSHIFT(w, sx), ch = AV_CEIL_RSHIFT(h, sy);
         const int group = 1 << sy;
@@ -512,15 +646,20 @@ struct VideoWriter::Impl {
                 store(1, cx, cy, u / float(group));
                 store(2, cx, cy, v / float(group));
             }
-            if (frame->data[3] != nullptr && sy == 0) {
-                // Alpha at full range of the plane's depth.
-                for (int x = 0; x < w; ++x) {
-                    const float a =
-                        in.depth == 16 ? float(in.row16(cy)[4 * x]) * unit : float(in.row8(cy)[4 * x]) * unit;
-                    const int q = std::clamp(int(std::min(a, 1.0f) * float((1 << bits) - 1) + 0.5f), 0, (1 << bits) - 1);
-                    uint8_t* row = frame->data[3] + size_t(cy) * frame->linesize[3];
+        }
+        if (frame->data[3] == nullptr) return;
+        // Alpha at full range of the plane's depth.
+        const int amax = (1 << d->comp[3].depth) - 1;
+        for (int y = 0; y < h; ++y) {
+            uint8_t* row = frame->data[3] + size_t(y) * frame->linesize[3];
+            for (int x = 0; x < w; ++x) {
+                const float a = in.depth == 16 ? float(in.row16(y)[4 * x]) * unit : float(in.row8(y)[4 * x]) * unit;
+                const int q = std::clamp(int(std::min(a, 1.0f) * float(amax) + 0.5f), 0, amax);
+                if (d->comp[3].depth > 8) {
                     row[2 * x] = uint8_t(q & 0xff);
                     row[2 * x + 1] = uint8_t(q >> 8);
+                } else {
+                    row[x] = uint8_t(q);
                 }
             }
         }
@@ -546,6 +685,7 @@ struct VideoWriter::Impl {
         if (r < 0) fail("encoding failed: " + av_error_text(r));
         ++written;
         drain(false);
+        end_audio_at(double(written) / opt.frame_rate.value());
         pump_audio(double(written) / opt.frame_rate.value() + 0.5);
     }
 
@@ -560,6 +700,7 @@ struct VideoWriter::Impl {
         int r = avcodec_send_frame(enc, nullptr);
         if (r < 0) fail("encoding failed: " + av_error_text(r));
         drain(true);
+        end_audio_at(double(written) / opt.frame_rate.value());
         pump_audio(std::numeric_limits<double>::infinity());
         for (auto& t : aconvert) {
             if (!t) continue;

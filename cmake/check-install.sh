@@ -11,6 +11,12 @@ trap 'rm -rf "$scratch"' EXIT
 prefix=/opt/tessen-install-check
 DESTDIR="$scratch/root" cmake --install "$build" --prefix "$prefix" --strip > "$scratch/install.log"
 root="$scratch/root$prefix"
+# The install build holds only what is installed: no test programs.
+built=$(find "$build" -type f -name 'test_*' -perm -u+x | head -n 1)
+if [ -n "$built" ]; then
+  echo "check-install: the install build also built tests ($built)" >&2
+  exit 1
+fi
 for f in "$root/bin/tessen" "$root/lib/tessen/TessenPlus.so"; do
   [ -f "$f" ] || { echo "check-install: $f was not installed" >&2; exit 1; }
 done

@@ -2,6 +2,7 @@
 // writes is read back.
 #include "cli_test_util.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <tuple>
@@ -235,6 +236,129 @@ TEST(CliRender, StillClipThroughFfv1ComesBackExactly) {
     }
 }
 
+// Frame n of a file as FFmpeg decodes it, converted to 16-bit 4:4:4 Y'CbCr.
+bool decoded_yuv16(const std::string& file, int n, std::string* raw) {
+    return ffmpeg_output("-v error -i " + file + " -vf 'select=eq(n\\," + std::to_string(n) +
+                             ")' -frames:v 1 -pix_fmt yuv444p16le -f rawvideo -",
+                         raw, "ffmpeg");
+}
+
+// Luma codes (at `bits`) of frame n at (x, y) for each y, read as FFmpeg decodes the file.
+std::vector<int> luma_codes(const std::string& file, int n, int x, std::initializer_list<int> ys, int bits) {
+    const Probe p = probe(file);
+    std::string raw;
+    EXPECT_TRUE(decoded_yuv16(file, n, &raw));
+    std::vector<int> codes;
+    for (int y : ys) {
+        const size_t at = 2 * (size_t(y) * size_t(p.width) + size_t(x));
+        const int v = at + 1 < raw.size() ? uint8_t(raw[at]) | uint8_t(raw[at + 1]) << 8 : -1;
+        codes.push_back(v < 0 ? -1 : v >> (16 - bits));
+    }
+    return codes;
+}
+
+// Bars with a PLUGE patch below black and a patch above white, in 8-bit DV
+// (Y 4 16 235 250) and 10-bit v210 (Y 16 64 940 1019), over a moving picture:
+// a Y'CbCr output keeps every code where the effect leaves the pixel alone
+// (the patches are still), and writes the source's own family into .mkv.
+// --range nominal clips to black and white as before; PNG holds nominal RGB.
+TEST(CliRender, SubBlackAndSuperWhiteSurviveIntoYuvOutputs) {
+    ScratchDir dir;
+    struct Source {
+        const char* name;
+        const char* make;
+        int bits;
+        std::vector<int> codes;
+        const char* mkv_pix_fmt;
+    };
+    const Source sources[] = {
+        {"bars.dv", "format=yuv411p,geq=lum='if(gt(X,540),if(lt(Y,120),4,if(lt(Y,240),16,if(lt(Y,360),235,250))),"
+                    "lum(X,Y))':cb='if(gt(X,135),128,cb(X,Y))':cr='if(gt(X,135),128,cr(X,Y))',setfield=bff\" -c:v dvvideo",
+         8, {4, 16, 235, 250}, "yuv411p"},
+        {"bars.mov", "format=yuv422p10le,geq=lum='if(gt(X,540),if(lt(Y,120),16,if(lt(Y,240),64,if(lt(Y,360),940,"
+                     "1019))),lum(X,Y))':cb='if(gt(X,270),512,cb(X,Y))':cr='if(gt(X,270),512,cr(X,Y))',setfield=bff\" "
+                     "-c:v v210",
+         10, {16, 64, 940, 1019}, "yuv422p10le"},
+    };
+    for (const Source& src : sources) {
+        SCOPED_TRACE(src.name);
+        const std::string in = dir.file(src.name);
+        ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=720x480:rate=30000/1001 -frames:v 8 -vf \"" +
+                           std::string(src.make) + " " + in));
+        ASSERT_EQ(luma_codes(in, 3, 630, {60, 180, 300, 420}, src.bits), src.codes);
+        const int lo = src.codes[1], hi = src.codes[2];
+        for (const char* out : {"out.mkv", "out.mov"}) {
+            SCOPED_TRACE(out);
+            const std::string o = dir.file(out), n = dir.file(std::string("nominal-") + out);
+            ASSERT_EQ(run_tessen(render(in, o, "ntsc", "lower", {"--quiet", "-y"})).exit_code, 0);
+            ASSERT_EQ(run_tessen(render(in, n, "ntsc", "lower", {"--quiet", "-y", "--range", "nominal"})).exit_code, 0);
+            const int scale = contains(out, "mov") ? 1 << (10 - src.bits) : 1;  // ProRes is 10-bit
+            std::vector<int> want;
+            for (int c : src.codes) want.push_back(c * scale);
+            const int ob = contains(out, "mov") ? 10 : src.bits;
+            EXPECT_EQ(luma_codes(o, 2, 630, {60, 180, 300, 420}, ob), want);
+            EXPECT_EQ(luma_codes(n, 2, 630, {60, 180, 300, 420}, ob),
+                      (std::vector<int>{lo * scale, lo * scale, hi * scale, hi * scale}));
+        }
+        const Probe mkv = probe(dir.file("out.mkv"));
+        EXPECT_EQ(mkv.pix_fmt, src.mkv_pix_fmt);
+        EXPECT_EQ(mkv.color_range, 1);
+        EXPECT_EQ(mkv.color_space, 6);  // SMPTE 170M, as the source is read
+        const std::string png = dir.file("still_%02d.png");
+        ASSERT_EQ(run_tessen(render(in, png, "ntsc", "lower", {"--quiet", "-y", "--frames", "1"})).exit_code, 0);
+        const ReadBack back = read_all(png);
+        EXPECT_EQ(value8(back.frames[0], 630, 60, 2), 0);
+        EXPECT_EQ(value8(back.frames[0], 630, 180, 2), 0);
+        EXPECT_EQ(value8(back.frames[0], 630, 300, 2), 255);
+        EXPECT_EQ(value8(back.frames[0], 630, 420, 2), 255);
+    }
+}
+
+// The value of a tag as ffprobe reads it anywhere in the file (any stream or
+// the container, any case of the name); "" when missing.
+std::string probed_tag(const std::string& file, const std::string& key) {
+    std::string out;
+    if (!ffmpeg_output("-v error -show_entries format_tags:stream_tags -of compact " + file, &out)) return "";
+    std::string lower = out;
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+    const size_t at = lower.find("tag:" + key + "=");
+    if (at == std::string::npos) return "";
+    const size_t from = at + key.size() + 5;
+    return out.substr(from, out.find_first_of("|\n", from) - from);
+}
+
+// Start timecode (at the output's own rate, moved by --start), reel and
+// creation time of a ProRes source with a timecode track reach .mov, .mkv
+// and .mp4; a PAL conform keeps the label.
+TEST(CliRender, TimecodeReelAndCreationTimeReachEveryOutput) {
+    ScratchDir dir;
+    const std::string ntsc = dir.file("tape.mov"), pal = dir.file("pal.mov");
+    const std::string tags = " -c:v prores_ks -metadata:s:v reel_name=TAPE01 -metadata creation_time=2024-01-02T03:04:05Z ";
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=64x48:rate=30000/1001 -frames:v 12 -vf setfield=bff -timecode "
+                       "01:00:00\\;00" + tags + ntsc));
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=64x48:rate=25 -frames:v 6 -vf setfield=tff -timecode 10:00:00:00" +
+                       tags + pal));
+    struct Case {
+        const std::string& in;
+        const char* rate;
+        const char* start;
+        const char* timecode;
+    };
+    const Case cases[] = {{ntsc, "29.97", "5", "01:00:00;05"},
+                          {ntsc, "23.976", "5", "00:59:56:14"},  // the instant of source frame 5
+                          {pal, "23.976", "0", "10:00:00:00"}};
+    for (const Case& c : cases)
+        for (const char* ext : {"mov", "mkv", "mp4"}) {
+            const std::string out = dir.file(std::string("out.") + ext);
+            SCOPED_TRACE(out + " from " + c.in + " at " + c.rate);
+            RunResult r = run_tessen({"render", c.in, out, "--rate", c.rate, "--start", c.start, "-y", "--quiet"});
+            ASSERT_EQ(r.exit_code, 0) << r.err;
+            EXPECT_EQ(probed_tag(out, "timecode"), c.timecode);
+            EXPECT_EQ(probed_tag(out, "reel_name"), "TAPE01");
+            EXPECT_EQ(probed_tag(out, "creation_time").substr(0, 19), "2024-01-02T03:04:05");
+        }
+}
+
 // Decoding, the effect and encoding run on threads of their own unless
 // --threads 1 is given. Through the effect's plain copy (deinterlacing off)
 // every frame must arrive unchanged and in order, and a full render must not
@@ -248,7 +372,7 @@ TEST(CliRender, ThreadedPipelineKeepsEveryFrameInOrderAndMatchesOneThread) {
         SCOPED_TRACE("--threads " + threads);
         const std::string out = dir.file("copy" + threads + ".mkv");
         RunResult r = run_tessen(
-            render(in, out, "ntsc", "lower", {"--rate", "29.97", "--no-deinterlace", "--threads", threads, "--quiet"}));
+            render(in, out, "ntsc", "lower", {"--rate", "29.97", "--no-deinterlace", "--threads", threads, "--quiet", "--pix-fmt", "bgr0", "--range", "nominal"}));
         ASSERT_EQ(r.exit_code, 0) << r.err;
         const ReadBack copied = read_all(out);
         ASSERT_EQ(copied.frames.size(), source.frames.size());
@@ -270,19 +394,87 @@ TEST(CliRender, ThreadedPipelineKeepsEveryFrameInOrderAndMatchesOneThread) {
     }
 }
 
-TEST(CliRender, AudioFollowsOnlyWhenTheDurationIsKept) {
+// Where a beep sits in the first audio stream (seconds from its first
+// sample, as FFmpeg decodes it), and how long the sound is.
+struct Sound {
+    double beep = -1, length = 0;
+};
+Sound sound_of(const std::string& file) {
+    std::string raw;
+    EXPECT_TRUE(ffmpeg_output("-v error -i " + file + " -map 0:a:0 -ac 1 -ar 48000 -f s16le -", &raw, "ffmpeg"));
+    Sound s;
+    const size_t n = raw.size() / 2;
+    s.length = double(n) / 48000;
+    for (size_t i = 0; i < n && s.beep < 0; ++i)
+        if (std::abs(int16_t(uint8_t(raw[2 * i]) | uint8_t(raw[2 * i + 1]) << 8)) > 3000) s.beep = double(i) / 48000;
+    return s;
+}
+
+// The sound follows the picture: cut sample-exact for --start and --frames,
+// slowed with a PAL to 23.976 conform (pitch kept or shifted); the output's
+// sound is as long as its picture (within one audio frame) and a beep on a
+// flash stays on the flash. --no-audio leaves it out.
+TEST(CliRender, AudioFollowsThePicture) {
     ScratchDir dir;
-    const std::string in = dir.file("in.mkv");
-    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=32x24:rate=25 -f lavfi -i sine=duration=0.2 -frames:v 5 "
-                       "-c:v ffv1 -c:a pcm_s16le " + in));
-    const std::string kept = dir.file("kept.mkv"), conformed = dir.file("conformed.mkv");
-    RunResult r = run_tessen(render(in, kept, "pal", "lower"));
-    ASSERT_EQ(r.exit_code, 0) << r.err;
-    EXPECT_EQ(probe(kept).audio_streams, 1);
-    r = run_tessen(render(in, conformed, "pal", "lower", {"--rate", "23.976"}));
-    ASSERT_EQ(r.exit_code, 0) << r.err;
-    EXPECT_EQ(probe(conformed).audio_streams, 0);
-    expect_all(r.err, {"audio dropped", "conformed"});
+    // A white flash on frame 45 (NTSC) or 25 (PAL) and a 1 kHz beep at that instant.
+    const std::string ntsc = dir.file("ntsc.mkv"), pal = dir.file("pal.mkv");
+    ASSERT_TRUE(ffmpeg("-f lavfi -i \"color=black:size=32x24:rate=30000/1001,geq=lum='if(eq(N,45),235,16)':cb=128:cr=128\" "
+                       "-f lavfi -i \"aevalsrc='if(between(t,1.5015,1.53),sin(6283*t),0)':s=48000:c=stereo\" -t 3 "
+                       "-c:v ffv1 -c:a pcm_s16le " + ntsc));
+    ASSERT_TRUE(ffmpeg("-f lavfi -i \"color=black:size=32x24:rate=25,geq=lum='if(eq(N,25),235,16)':cb=128:cr=128\" "
+                       "-f lavfi -i \"aevalsrc='if(between(t,1,1.04),sin(6283*t),0)':s=48000:c=stereo\" -t 3 "
+                       "-metadata:s:a language=fra -metadata:s:a title=Dialogue -c:v ffv1 -c:a pcm_s16le " + pal));
+    struct Case {
+        const char* name;
+        const std::string& in;
+        std::vector<std::string> options;
+        double seconds;  // of the picture
+        double beep;     // the flash's time in the output
+        double within;   // how close the beep must be
+    };
+    const Case cases[] = {
+        {"cut.mkv", ntsc, {"--start", "30", "--frames", "40"}, 40 / 23.976, 15 / 29.97, 0.0001},
+        {"cut.mov", ntsc, {"--rate", "29.97", "--start", "30", "--frames", "40"}, 40 / 29.97, 15 / 29.97, 0.0001},
+        {"cut.mp4", ntsc, {"--start", "1.001s"}, 48 / 23.976, 15 / 29.97, 0.005},  // AAC
+        {"shift.mkv", pal, {"--rate", "23.976", "--audio-pitch", "shift"}, 75 / 23.976, 25 / 23.976, 0.0001},
+        {"keep.mov", pal, {"--rate", "23.976"}, 75 / 23.976, 25 / 23.976, 0.005},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::vector<std::string> options = c.options;
+        options.push_back("--quiet");
+        const std::string out = dir.file(c.name);
+        RunResult r = run_tessen(render(c.in, out, c.in == pal ? "pal" : "ntsc", "lower", options));
+        ASSERT_EQ(r.exit_code, 0) << r.err;
+        const Sound s = sound_of(out);
+        const double audio_frame = contains(c.name, "mp4") ? 1024 / 48000.0 : 0.0001;
+        EXPECT_NEAR(s.length, c.seconds, audio_frame);
+        EXPECT_NEAR(s.beep, c.beep, c.within);
+        if (&c.in == &pal) {  // the sound's language, and its title where the container holds one
+            std::string tags;
+            ASSERT_TRUE(ffmpeg_output("-v error -select_streams a:0 -show_entries stream_tags -of compact " + out, &tags));
+            EXPECT_TRUE(contains(tags, "language=fra")) << tags;
+            EXPECT_EQ(contains(tags, "title=Dialogue"), contains(c.name, "mkv")) << tags;
+        }
+    }
+    // Pieces (--range) joined without re-encoding sound as the whole run does.
+    std::string list, whole_pcm, joined_pcm;
+    for (const char* range : {"0-29", "30-59"}) {
+        const std::string piece = dir.file(std::string("piece") + range + ".mkv");
+        ASSERT_EQ(run_tessen(render(ntsc, piece, "ntsc", "lower", {"--range", range, "--quiet"})).exit_code, 0);
+        list += "file '" + piece + "'\n";
+    }
+    std::ofstream(dir.file("list.txt")) << list;
+    ASSERT_TRUE(ffmpeg("-f concat -safe 0 -i " + dir.file("list.txt") + " -c copy " + dir.file("joined.mkv")));
+    ASSERT_EQ(run_tessen(render(ntsc, dir.file("whole.mkv"), "ntsc", "lower", {"--frames", "60", "--quiet"})).exit_code, 0);
+    ASSERT_TRUE(ffmpeg_output("-v error -i " + dir.file("whole.mkv") + " -map 0:a -f s16le -", &whole_pcm, "ffmpeg"));
+    ASSERT_TRUE(ffmpeg_output("-v error -i " + dir.file("joined.mkv") + " -map 0:a -f s16le -", &joined_pcm, "ffmpeg"));
+    EXPECT_EQ(whole_pcm.size(), size_t(4 * 120120));  // 60 frames at 23.976, 48 kHz stereo
+    EXPECT_TRUE(whole_pcm == joined_pcm);
+
+    const std::string silent = dir.file("silent.mkv");
+    ASSERT_EQ(run_tessen(render(pal, silent, "pal", "lower", {"--no-audio", "--quiet"})).exit_code, 0);
+    EXPECT_EQ(probe(silent).audio_streams, 0);
 }
 
 // Audio the output's container cannot hold as it is is converted, never a
@@ -455,6 +647,16 @@ TEST(CliErrors, BadInputsEndWithOneLineAnExitCodeAndNoOutput) {
     ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=32x24:rate=30000/1001 -frames:v 30 -c:v libx264 -g 5 -bf 0 "
                        "-movflags +faststart " + cut_mp4));
     for (const std::string& f : {cut, cut_mp4}) fs::resize_file(f, fs::file_size(f) / 2);
+    // DV with sound whose frame 40 claims the other standard in its header:
+    // the DV reader reports that as -1, which is EPERM.
+    const std::string dv = dir.file("damaged.dv");
+    ASSERT_TRUE(ffmpeg("-f lavfi -i testsrc2=size=720x480:rate=30000/1001 -f lavfi -i sine=sample_rate=48000 -t 1.7 "
+                       "-vf setfield=bff -c:v dvvideo -pix_fmt yuv411p -c:a pcm_s16le -ac 2 " + dv));
+    {
+        std::fstream f(dv, std::ios::in | std::ios::out | std::ios::binary);
+        f.seekp(40 * 120000 + 3);
+        f.put(char(0xbf));
+    }
     ASSERT_TRUE(ffmpeg("-f lavfi -i sine=duration=0.2 -c:a pcm_s16le " + dir.file("sound.mkv")));
     std::ofstream(dir.file("junk.mkv")) << "this is not a video\n";
     fs::create_directory(dir.file("folder.mkv"));
@@ -480,6 +682,7 @@ TEST(CliErrors, BadInputsEndWithOneLineAnExitCodeAndNoOutput) {
         {"not a video", render(dir.file("junk.mkv"), out, "ntsc", "lower"), 3, {"junk.mkv", "not a video file"}},
         {"truncated mkv", render(cut, out, "ntsc", "lower"), 3, {"cut.mkv", "frame"}},
         {"truncated mp4", render(cut_mp4, out, "ntsc", "lower"), 3, {"cut.mp4", "frame"}},
+        {"damaged DV", render(dv, out, "ntsc", "lower"), 3, {"damaged.dv", "damaged at frame 40"}},
         {"below the minimum size", render(tiny, out, "ntsc", "lower"), 4, {"minimum"}},
         {"NTSC to 25", render(good, out, "ntsc", "lower", {"--rate", "25"}), 4, {"unsupported conversion"}},
         {"24 fps source", {"render", film, out, "--quiet"}, 4, {"unsupported conversion"}},
@@ -491,6 +694,10 @@ TEST(CliErrors, BadInputsEndWithOneLineAnExitCodeAndNoOutput) {
          {"out.mkv", "cannot write in the folder"}},
         {"unknown output kind", render(good, dir.file("out.xyz"), "ntsc", "lower"), 2, {"out.xyz"}},
         {"PNG without a frame number", render(good, dir.file("out.png"), "ntsc", "lower"), 2, {"%05d"}},
+        {"--pix-fmt for .mp4", render(good, dir.file("out.mp4"), "ntsc", "lower", {"--pix-fmt", "yuv420p"}), 2,
+         {"out.mp4", "--pix-fmt applies to .mkv"}},
+        {"--pix-fmt FFV1 does not write", render(good, out, "ntsc", "lower", {"--pix-fmt", "nv12"}), 2,
+         {"out.mkv", "choose one of", "yuv422p10le"}},
     };
     for (const Case& c : cases)
         for (bool one_thread : {false, true}) {
@@ -577,7 +784,8 @@ TEST(CliErrors, InterruptStopsCleanly) {
 TEST(CliUsage, HelpListsTheExitCodesAndUsageErrorsSayWhatIsWrong) {
     RunResult r = run_tessen({"--help"});
     EXPECT_EQ(r.exit_code, 0);
-    expect_all(r.out, {"Exit codes:", "tessen render IN OUT"});
+    expect_all(r.out, {"Exit codes:", "tessen render IN OUT", "OUT.mkv", "FFV1", "yuv422p10le", "OUT.mov",
+                       "ProRes 422 HQ", "OUT.mp4", "H.264", "yuv420p", "viewing copy", "png"});
     r = run_tessen({"render", "a.mkv", "b.mkv", "--pattern-size", "40"});
     EXPECT_EQ(r.exit_code, 2);
     expect_all(r.err, {"--pattern-size must be"});

@@ -3,6 +3,7 @@
 #include "cli/conversion_plan.h"
 #include "cli/options.h"
 #include "cli/progress.h"
+#include "cli/timecode.h"
 
 #include <cstdio>
 
@@ -322,6 +323,32 @@ TEST(Options, ParsesValuesAndRejectsBadOnes) {
     for (const std::vector<std::string>& args : {std::vector<std::string>{"render", "in.mov"},
                                                  {"auto-setup", "in.mov", "--field-order", "upper"}, {"explode"}})
         EXPECT_NE(parse_command_line(args).error, "") << args.back();
+}
+
+TEST(Timecode, StartIsCarriedToTheOutputsRate) {
+    const Rational ntsc{30000, 1001}, film{24000, 1001}, pal{25, 1};
+    struct Case {
+        const char* source;
+        Rational in, out;
+        bool conformed;
+        int64_t skipped;
+        const char* want;
+    };
+    const Case cases[] = {
+        {"01:00:00;00", ntsc, ntsc, false, 0, "01:00:00;00"},   // drop-frame kept
+        {"01:00:00;00", ntsc, ntsc, false, 30, "01:00:01;00"},  // --start 30
+        {"00:00:59;29", ntsc, ntsc, false, 1, "00:01:00;02"},   // ;00 and ;01 are dropped
+        {"01:00:00:00", ntsc, film, false, 0, "01:00:00:00"},   // non-drop: 4 frames for 5 land on the same label
+        {"01:00:00;00", ntsc, film, false, 0, "00:59:56:10"},   // 3599.996 s, at 24 frames per 1.001 s
+        {"10:00:00:00", pal, pal, false, 0, "10:00:00:00"},
+        {"10:00:00:12", pal, film, true, 0, "10:00:00:11"},     // a conform keeps the label
+        {"10:00:00:00", pal, film, true, 50, "10:00:02:02"},    // ... and moves one frame per source frame
+        {"", pal, pal, false, 0, ""},
+        {"not a timecode", pal, pal, false, 0, ""},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(output_timecode(c.source, c.in, c.out, c.conformed, c.skipped), c.want)
+            << c.source << " +" << c.skipped;
 }
 
 }  // namespace
