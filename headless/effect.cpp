@@ -209,8 +209,11 @@ bool EffectInstance::holds_frame(const World& w, A_long frame) const {
 std::unique_ptr<World> EffectInstance::take_layer_world(A_long frame) {
     if (!host_->recycle_memory()) return std::make_unique<World>(make_layer(frame));
     // A kept world that already holds the frame goes out as it is (the
-    // clip's frames depend on their index alone); otherwise the oldest kept
-    // one is filled anew.
+    // clip's frames depend on their index alone). Otherwise a new world is
+    // made while fewer than kCachedLayers are kept or out, and past that the
+    // one checked in longest ago is filled anew: like the host's frame
+    // cache, this keeps a render's few frames when the effect checks them
+    // out one after another, so each is copied once, not once a render.
     for (auto it = spare_layers_.begin(); it != spare_layers_.end(); ++it) {
         if (holds_frame(**it, frame)) {
             std::unique_ptr<World> world = std::move(*it);
@@ -218,8 +221,10 @@ std::unique_ptr<World> EffectInstance::take_layer_world(A_long frame) {
             return world;
         }
     }
+    size_t layers_out = 0;
+    for (const auto& kv : checkouts_) layers_out += kv.second ? 1 : 0;
     std::unique_ptr<World> world;
-    if (!spare_layers_.empty()) {
+    if (!spare_layers_.empty() && spare_layers_.size() + layers_out >= kCachedLayers) {
         world = std::move(spare_layers_.front());
         spare_layers_.erase(spare_layers_.begin());
     } else {

@@ -226,6 +226,7 @@ private:
     World output_;
     std::map<const void*, std::unique_ptr<World>> checkouts_;  // by pixel data (layers) or record (others)
     std::vector<std::unique_ptr<World>> spare_layers_;         // checked in, kept while recycling memory
+    static constexpr size_t kCachedLayers = 4;                 // layer worlds kept or out before reuse
     // While recycling: which clip frame a kept layer world holds (by its
     // pixels), so that a frame asked for again is handed out as it is
     // instead of being made anew. Cleared when the clip changes.

@@ -113,33 +113,48 @@ TEST(Checkout, FrameShownAtEachTimeWithFirstAndLastHeldUnlessTheClipServesThem) 
 }
 
 TEST(Checkout, RecyclingReusesWorldsAndClearsTheOutputOnlyOutsideTheExtent) {
-    // The effect writes red = the checked-out frame's red plus 100 inside the
-    // extent hint, nothing outside it.
+    // The effect checks out the frames before, at and after the current time
+    // one after another and writes red = the current frame's red plus 100
+    // inside the extent hint, nothing outside it.
     std::vector<A_long> seen;
     FxScope fx([&](PF_Cmd cmd, PF_InData* in, PF_ParamDef**, PF_LayerDef* out) -> PF_Err {
         if (cmd != PF_Cmd_RENDER) return PF_Err_NONE;
-        PF_ParamDef p{};
-        PF_Err err = in->inter.checkout_param(in->effect_ref, 0, in->current_time, in->time_step, in->time_scale, &p);
-        if (err) return err;
-        seen.push_back(red_of(p.u.ld));
-        const PF_Pixel px{255, A_u_char(red_of(p.u.ld) + 100), 0, 0};
-        const PF_Rect e{out->extent_hint.left, out->extent_hint.top, out->extent_hint.right, out->extent_hint.bottom};
-        in->utils->fill(in->effect_ref, &px, &e, out);
-        return in->inter.checkin_param(in->effect_ref, &p);
+        for (A_long d = -1; d <= 1; ++d) {
+            PF_ParamDef p{};
+            PF_Err err = in->inter.checkout_param(in->effect_ref, 0, in->current_time + d * in->time_step, in->time_step,
+                                                  in->time_scale, &p);
+            if (err) return err;
+            seen.push_back(red_of(p.u.ld));
+            const PF_Pixel px{255, A_u_char(red_of(p.u.ld) + 100), 0, 0};
+            const PF_Rect e{out->extent_hint.left, out->extent_hint.top, out->extent_hint.right, out->extent_hint.bottom};
+            if (d == 0) in->utils->fill(in->effect_ref, &px, &e, out);
+            if ((err = in->inter.checkin_param(in->effect_ref, &p))) return err;
+        }
+        return PF_Err_NONE;
     });
     EffectInstance e(Entry);
     e.host().set_recycle_memory(true);
-    e.set_input(numbered_clip(10, 25));
+    InputClip clip = numbered_clip(10, 25);
+    int made = 0;  // frames the clip was asked to write
+    clip.frame = [&made, write = clip.frame](A_long i, World& w) { ++made, write(i, w); };
+    e.set_input(clip);
     e.set_comp_rate(25);
     e.set_frame(2);
     ASSERT_EQ(e.render(), PF_Err_NONE);
     const PF_PixelPtr first = e.output().def().data;
     EXPECT_EQ(e.output().pixel8(0, 0)->red, 102);
+    EXPECT_EQ(made, 4);  // the current frame and the three checked out
+    ASSERT_EQ(e.render(), PF_Err_NONE);
+    EXPECT_EQ(made, 4);  // kept frames go out again as they are, none made anew
+    e.set_frame(3);
+    ASSERT_EQ(e.render(), PF_Err_NONE);
+    EXPECT_EQ(made, 6);  // only the current frame and the one after it
     e.set_frame(5);
     e.set_extent_hint(PF_Rect{4, 2, 12, 4});
     ASSERT_EQ(e.render(), PF_Err_NONE);
     EXPECT_EQ(e.output().def().data, first);  // the same world again
-    EXPECT_EQ(seen, (std::vector<A_long>{2, 5}));  // a reused layer world holds the frame asked for
+    // Reused layer worlds hold the frames asked for.
+    EXPECT_EQ(seen, (std::vector<A_long>{1, 2, 3, 1, 2, 3, 2, 3, 4, 4, 5, 6}));
     EXPECT_EQ(e.rendered_input().pixel8(3, 3)->red, 5);
     for (A_long y = 0; y < e.output().height(); ++y)
         for (A_long x = 0; x < e.output().width(); ++x) {
