@@ -8,15 +8,21 @@ WIN_BUILD := build-win
 WIN_HOST_BUILD := build-win-host
 BENCH_BUILD := build-bench
 INSTALL_BUILD := build-install
+FUZZ_BUILD := build-fuzz
+# make fuzz: seconds each fuzz target runs; make test gives each a fixed short time.
+FUZZ_SECONDS ?= 600
+FUZZ_TEST_SECONDS := 30
 DEMO_DIR ?= demo-output
 DIST := dist
 
 PACKAGES := cmake ninja-build g++ make pkg-config python3 \
 	libgtest-dev libgmock-dev libbenchmark-dev \
 	g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 wine64 \
-	libavformat-dev libavcodec-dev libavfilter-dev libswscale-dev libswresample-dev libavutil-dev ffmpeg
+	libavformat-dev libavcodec-dev libavfilter-dev libswscale-dev libswresample-dev libavutil-dev ffmpeg \
+	clang libclang-rt-dev
 
-.PHONY: all deps build install-build test test-native test-asan test-install test-wine win demo bench install clean
+.PHONY: all deps build install-build test test-native test-asan test-install test-wine test-fuzz fuzz fuzz-build \
+	win demo bench install clean
 
 all: build
 
@@ -55,8 +61,23 @@ test-wine: win build
 	cmake --build $(WIN_HOST_BUILD) --target headless_render -j $(JOBS)
 	bash cmake/check-wine.sh $(BUILD) $(WIN_BUILD) $(WIN_HOST_BUILD)
 
+# The fuzz targets (tests/fuzz): clang with libFuzzer and the address and
+# undefined-behaviour sanitizers, the effect linked in or loaded as a module.
+fuzz-build: deps
+	CXX=clang++ cmake -S . -B $(FUZZ_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESSEN_FUZZ=ON \
+		-DTESSEN_TESTS=OFF
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzz_host_legal fuzz_host_hostile fuzz_media_input TessenPlus
+
+# Every target over its corpus, then a short fixed time each.
+test-fuzz: fuzz-build
+	bash cmake/run-fuzz.sh $(FUZZ_BUILD) $(FUZZ_TEST_SECONDS)
+
+# As long as asked: make fuzz FUZZ_SECONDS=3600 (per target).
+fuzz: fuzz-build
+	bash cmake/run-fuzz.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)
+
 # The Windows cross-build runs first: it is quick and catches Linux-only code.
-test: win test-native test-install test-wine test-asan
+test: win test-native test-install test-wine test-asan test-fuzz
 
 PREFIX ?= /usr/local
 
@@ -78,4 +99,4 @@ bench: deps
 	$(BENCH_BUILD)/bench/tessen_bench --benchmark_min_time=0.2
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(WIN_BUILD) $(WIN_HOST_BUILD) $(BENCH_BUILD) $(INSTALL_BUILD) $(DIST)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(WIN_BUILD) $(WIN_HOST_BUILD) $(BENCH_BUILD) $(INSTALL_BUILD) $(FUZZ_BUILD) $(DIST)

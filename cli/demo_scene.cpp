@@ -55,7 +55,6 @@ const Glyph* glyph_for(char c) {
 
 constexpr char kBanner[] = "TESSEN PLUS  59.94I -> 23.976P  ";
 constexpr int kGlyphScale = 4;  // each font pixel is 4 x 4 screen pixels
-constexpr int kGlyphAdvance = 6 * kGlyphScale;
 
 // Whether banner pixel (u, v) (in font pixels) is ink; the banner repeats.
 bool banner_ink(int u, int v) {

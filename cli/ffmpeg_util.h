@@ -13,6 +13,7 @@ extern "C" {
 #include "cli/output_file.h"
 #include "cli/video_io.h"
 
+#include <cstring>
 #include <string>
 
 namespace tessen::cli {
@@ -38,6 +39,20 @@ inline void quiet_ffmpeg_log() {
     (void)once;
 }
 
+// libav fills its enum fields with the file's own numbers, also ones the
+// enum does not list; such a value must not be read as the enum type.
+template <typename E>
+int file_value(const E& field) {
+    static_assert(sizeof(E) == sizeof(int), "libav enums are ints");
+    int v;
+    std::memcpy(&v, &field, sizeof v);
+    return v;
+}
+
+// A number past the enum's own ones counts as not stated (the writer passes
+// the tags on in the enum types).
+inline int listed(int v, int count, int unstated) { return v >= 0 && v < count ? v : unstated; }
+
 // The first letter of the tag names the field shown first. FFmpeg's header
 // describes TB and BT the other way round, but its own encoding tool writes
 // TB for top-field-first pictures (and BT for bottom first) of every codec
@@ -45,8 +60,8 @@ inline void quiet_ffmpeg_log() {
 // setfield=tff FFV1 file reads back TB, an NTSC DV .mov (bottom first) BT.
 // Not every container keeps to it (MXF reads bottom-first pictures as TB),
 // so the pictures, not the tag, settle a render's field order.
-inline FieldOrder field_order_from(AVFieldOrder f) {
-    switch (f) {
+inline FieldOrder field_order_from(const AVFieldOrder& f) {
+    switch (file_value(f)) {
     case AV_FIELD_PROGRESSIVE: return FieldOrder::Progressive;
     case AV_FIELD_TT:
     case AV_FIELD_TB: return FieldOrder::UpperFirst;

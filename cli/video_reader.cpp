@@ -522,12 +522,16 @@ struct VideoReader::Impl {
 
         // Colour: what the file states, else the usual assumption by size.
         ColorInfo c = default_color_for(info.height);
-        const int matrix = frame->colorspace != AVCOL_SPC_UNSPECIFIED ? frame->colorspace : st->codecpar->color_space;
-        const int range =
-            frame->color_range != AVCOL_RANGE_UNSPECIFIED ? frame->color_range : st->codecpar->color_range;
-        const int prim = frame->color_primaries != AVCOL_PRI_UNSPECIFIED ? frame->color_primaries
-                                                                          : st->codecpar->color_primaries;
-        const int trc = frame->color_trc != AVCOL_TRC_UNSPECIFIED ? frame->color_trc : st->codecpar->color_trc;
+        const int fm = file_value(frame->colorspace), fr = file_value(frame->color_range);
+        const int fp = file_value(frame->color_primaries), ft = file_value(frame->color_trc);
+        const int matrix = listed(fm != AVCOL_SPC_UNSPECIFIED ? fm : file_value(st->codecpar->color_space),
+                                  AVCOL_SPC_NB, AVCOL_SPC_UNSPECIFIED);
+        const int range = listed(fr != AVCOL_RANGE_UNSPECIFIED ? fr : file_value(st->codecpar->color_range),
+                                 AVCOL_RANGE_NB, AVCOL_RANGE_UNSPECIFIED);
+        const int prim = listed(fp != AVCOL_PRI_UNSPECIFIED ? fp : file_value(st->codecpar->color_primaries),
+                                AVCOL_PRI_NB, AVCOL_PRI_UNSPECIFIED);
+        const int trc = listed(ft != AVCOL_TRC_UNSPECIFIED ? ft : file_value(st->codecpar->color_trc),
+                               AVCOL_TRC_NB, AVCOL_TRC_UNSPECIFIED);
         if (info.is_rgb) {
             c.matrix = AVCOL_SPC_RGB;
             c.range = AVCOL_RANGE_JPEG;

@@ -1,7 +1,10 @@
 // The command lifecycle of one effect instance.
 #include "headless/effect.h"
 
+#include <algorithm>
+#include <climits>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <stdexcept>
 
@@ -111,17 +114,25 @@ void EffectInstance::set_comp_rate(double fps) {
     set_time_base(scale, step);
 }
 
+namespace {
+// Times are 32-bit in the host's records; a product beyond them stops at the end.
+A_long time_product(long long a, long long b) {
+    const long long t = a * b;  // both factors are 32-bit: no overflow here
+    return static_cast<A_long>(std::max<long long>(INT32_MIN, std::min<long long>(INT32_MAX, t)));
+}
+}  // namespace
+
 void EffectInstance::set_time_base(A_u_long time_scale, A_long time_step) {
     PF_InData& in = host_->in_data();
-    const A_long frame = in.time_step ? in.current_time / in.time_step : 0;
+    const long long frame = in.time_step ? static_cast<long long>(in.current_time) / in.time_step : 0;
     in.time_scale = time_scale;
     in.time_step = time_step;
     in.local_time_step = time_step;
-    in.current_time = frame * time_step;
-    in.total_time = time_step * 300;
+    in.current_time = time_product(std::max<long long>(INT32_MIN, std::min<long long>(INT32_MAX, frame)), time_step);
+    in.total_time = time_product(time_step, 300);
 }
 
-void EffectInstance::set_frame(A_long k) { host_->in_data().current_time = k * host_->in_data().time_step; }
+void EffectInstance::set_frame(A_long k) { host_->in_data().current_time = time_product(k, host_->in_data().time_step); }
 
 void EffectInstance::set_extent_hint(PF_Rect r) {
     extent_ = r;
@@ -149,16 +160,19 @@ void EffectInstance::set_input(InputClip clip) {
     project_->set_item_size(clip_.width, clip_.height);
 }
 
-// Scaled as the host scales a layer: (num × size + den / 2) / den.
-A_long EffectInstance::layer_width() const {
-    const PF_RationalScale& d = host_->in_data().downsample_x;
-    return static_cast<A_long>((static_cast<A_u_long>(d.num) * static_cast<A_u_long>(clip_.width) + d.den / 2) / d.den);
+// Scaled as the host scales a layer: (num × size + den / 2) / den, in
+// arithmetic wide enough for any factor. A host only ever shrinks a layer:
+// a factor that is no downsampling (zero, negative, above one) gives the
+// full size.
+static A_long scaled_layer_size(A_long size, const PF_RationalScale& d) {
+    if (d.den == 0 || d.num <= 0 || static_cast<A_u_long>(d.num) > d.den) return size;
+    const unsigned long long n = static_cast<unsigned long long>(d.num) * static_cast<unsigned long long>(size);
+    return static_cast<A_long>((n + d.den / 2) / d.den);
 }
 
-A_long EffectInstance::layer_height() const {
-    const PF_RationalScale& d = host_->in_data().downsample_y;
-    return static_cast<A_long>((static_cast<A_u_long>(d.num) * static_cast<A_u_long>(clip_.height) + d.den / 2) / d.den);
-}
+A_long EffectInstance::layer_width() const { return scaled_layer_size(clip_.width, host_->in_data().downsample_x); }
+
+A_long EffectInstance::layer_height() const { return scaled_layer_size(clip_.height, host_->in_data().downsample_y); }
 
 World EffectInstance::make_layer(A_long frame) const {
     World full(clip_.width, clip_.height, clip_.deep);
@@ -178,7 +192,9 @@ void EffectInstance::make_layer_into(A_long frame, World& into) const {
         into = make_layer(frame);
         return;
     }
-    if (into.width() != w || into.height() != h || into.deep() != clip_.deep) into = World(w, h, clip_.deep, false);
+    // A world never made (no pixel memory at all) must not pass for a 0 x 0 layer.
+    if (into.def().data == nullptr || into.width() != w || into.height() != h || into.deep() != clip_.deep)
+        into = World(w, h, clip_.deep, false);
     clip_.frame(frame, into);
     if (into.width() != clip_.width || into.height() != clip_.height || into.deep() != clip_.deep)
         throw std::runtime_error("the input clip produced a frame of the wrong size or depth");

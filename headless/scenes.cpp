@@ -39,6 +39,12 @@ PF_Pixel still_and_moving(A_long x, A_long y, A_long t) {
                     static_cast<A_u_char>(200 - inside * 150 / 255)};
 }
 
+PF_Pixel diagonal_stripes(A_long x, A_long y, A_long t) {
+    const A_long u = x + 3 * y + t;
+    const A_u_char v = (u / 6) % 2 ? 220 : 30;
+    return PF_Pixel{255, v, v, static_cast<A_u_char>(v / 2 + 20)};
+}
+
 InputClip interlaced_clip(A_long width, A_long height, double fps, bool deep, Scene scene) {
     InputClip clip;
     clip.fps = fps;

@@ -19,6 +19,11 @@ PF_Pixel pan(A_long x, A_long y, A_long halfFields);
 // Half of the picture still and detailed, half a soft-edged disc crossing it.
 PF_Pixel still_and_moving(A_long x, A_long y, A_long halfFields);
 
+// Hard diagonal stripes leaning left as they go down, drifting right a
+// pixel a field: at the left edge the best match of a line lies left of
+// the frame, in the row above.
+PF_Pixel diagonal_stripes(A_long x, A_long y, A_long halfFields);
+
 // An 8-frame clip of the scene at `fps`; 16-bit clips carry the 8-bit values
 // scaled with a little of each channel's own offset, so they are not plain
 // copies of the 8-bit ones.

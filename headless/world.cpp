@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <cstring>
+#include <stdexcept>
 
 namespace headless {
 
 A_long host_rowbytes(A_long width, bool deep) {
-    const A_long raw = width * (deep ? 8 : 4);
-    return (raw + 15) / 16 * 16;
+    const long long raw = static_cast<long long>(std::max<A_long>(0, width)) * (deep ? 8 : 4);
+    const long long rounded = (raw + 15) / 16 * 16;
+    if (rounded > PF_MAX_WORLD_WIDTH * 8LL) throw std::length_error("a world wider than any host makes");
+    return static_cast<A_long>(rounded);
 }
 
 World::World(A_long width, A_long height, bool deep, bool zeroed) {

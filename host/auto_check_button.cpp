@@ -125,6 +125,8 @@ bool CVAutoCheckButton::DoClick(PF_InData* in_data, PF_OutData* out_data, PF_Par
 
 bool CVAutoCheckButton::Drag(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[],
                              PF_EventExtra* extra) {
+    // Every drag ends by writing parameters: without them, nothing happens.
+    RequireDeclaredParams(in_data, params);
     const bool done = AutoSetupDone(in_data);
     const A_long normal = done ? kBitmapButtonDone : kBitmapButton;
     const A_long pressed = done ? kBitmapButtonDonePressed : kBitmapButtonPressed;

@@ -145,7 +145,8 @@ std::string ComposeAutoSetupMessage(const AutoSetupResult& result, AutoSetupRate
 }
 
 void SetParamDisabled(PF_InData* in_data, PF_ParamDef* params[], PF_ParamIndex index, bool disabled) {
-    if (!params || !params[index]) throw static_cast<A_long>(PF_Err_BAD_CALLBACK_PARAM);
+    if (!params || index < 0 || index >= in_data->num_params || !params[index])
+        throw static_cast<A_long>(PF_Err_BAD_CALLBACK_PARAM);
     PF_ParamDef* def = params[index];
     if (disabled) {
         def->ui_flags |= PF_PUI_DISABLED;
@@ -156,8 +157,7 @@ void SetParamDisabled(PF_InData* in_data, PF_ParamDef* params[], PF_ParamIndex i
 }
 
 void ApplyAutoSetup(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[]) {
-    if (!params || !params[kParamSourceVideo] || !params[kParamFieldOrder])
-        throw static_cast<A_long>(PF_Err_BAD_CALLBACK_PARAM);
+    RequireDeclaredParams(in_data, params);
     const AutoSetupResult r = LookUpAutoSetup(in_data);
     SetParamDisabled(in_data, params, kParamAutoSetup, true);
     DAE::Param_Popup_Menu::SetValue(params, kParamSourceVideo, r.sourceVideo);

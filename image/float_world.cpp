@@ -34,11 +34,6 @@ void clear_row_padding(char* data, A_long width, A_long height, A_u_long rowbyte
     }
 }
 
-inline float* byte_offset(float* p, A_u_long bytes)
-{
-    return reinterpret_cast<float*>(reinterpret_cast<char*>(p) + bytes);
-}
-
 }  // namespace
 
 CVFloatWorld::CVFloatWorld()

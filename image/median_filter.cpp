@@ -9,6 +9,7 @@
 
 #include "image/cpu_features.h"
 #include "image/float_world.h"
+#include "image/simd_target.h"
 
 namespace {
 
@@ -100,8 +101,7 @@ inline V AlphaOne(V v) { return _mm_move_ss(v, _mm_set_ss(1.0f)); }
 #include "image/median_interior_body.inc"
 }  // namespace lanes128
 
-#pragma GCC push_options
-#pragma GCC target("avx2")
+TESSEN_TARGET_AVX2_BEGIN
 namespace lanes256 {
 using V = __m256;
 constexpr A_long L = 2;
@@ -112,10 +112,9 @@ inline void Store(float* p, V v) { _mm256_storeu_ps(p, v); }
 inline V AlphaOne(V v) { return _mm256_blend_ps(v, _mm256_set1_ps(1.0f), 0x11); }
 #include "image/median_interior_body.inc"
 }  // namespace lanes256
-#pragma GCC pop_options
+TESSEN_TARGET_END
 
-#pragma GCC push_options
-#pragma GCC target("avx512f")
+TESSEN_TARGET_AVX512F_BEGIN
 // The compiler's own 512-bit header starts some results from a deliberately
 // undefined register, which its flow analysis then flags.
 #pragma GCC diagnostic push
@@ -131,7 +130,7 @@ inline V AlphaOne(V v) { return _mm512_mask_mov_ps(v, 0x1111, _mm512_set1_ps(1.0
 #include "image/median_interior_body.inc"
 }  // namespace lanes512
 #pragma GCC diagnostic pop
-#pragma GCC pop_options
+TESSEN_TARGET_END
 
 // The interior with the widest vectors this processor runs, the columns
 // left over at the right in single pixels.

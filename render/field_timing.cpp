@@ -1,6 +1,7 @@
 #include "render/field_timing.h"
 
 #include <cmath>
+#include <cstdint>
 
 float CompositionRate(A_u_long time_scale, A_long local_time_step)
 {
@@ -47,10 +48,17 @@ const ConversionEntry& LookupConversion(A_long sourceKind, A_long rateColumn)
 SourceFrameTimes SourceTimes(A_long current_time, A_u_long time_scale, float sourceRate)
 {
     const float ticks = static_cast<float>(time_scale) / sourceRate;
+    // The render's rates keep ticks below 2^32 / 23.976; only the sums can
+    // leave the 32-bit time line.
+    if (!(ticks > -2.0e9f && ticks < 2.0e9f)) throw static_cast<A_long>(PF_Err_BAD_CALLBACK_PARAM);
+    const long long previous = static_cast<long long>(current_time) - static_cast<A_long>(ticks - 1.0f);
+    const long long next = static_cast<long long>(current_time) + static_cast<A_long>(ticks + 1.0f);
+    if (previous < INT32_MIN || previous > INT32_MAX || next < INT32_MIN || next > INT32_MAX)
+        throw static_cast<A_long>(PF_Err_BAD_CALLBACK_PARAM);
     SourceFrameTimes times;
     times.current = current_time;
-    times.previous = current_time - static_cast<A_long>(ticks - 1.0f);
-    times.next = current_time + static_cast<A_long>(ticks + 1.0f);
+    times.previous = static_cast<A_long>(previous);
+    times.next = static_cast<A_long>(next);
     return times;
 }
 

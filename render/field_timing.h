@@ -63,7 +63,9 @@ struct SourceFrameTimes {
 
 // previous = t - trunc(ticks - 1), next = t + trunc(ticks + 1) with
 // ticks = time_scale / sourceRate: one tick short of a frame back, one tick
-// beyond a frame forward, so both land safely inside their frames.
+// beyond a frame forward, so both land safely inside their frames. A time so
+// close to the ends of the time line that a neighbour falls off it is no time
+// a host can render: thrown as the A_long PF_Err_BAD_CALLBACK_PARAM.
 SourceFrameTimes SourceTimes(A_long current_time, A_u_long time_scale, float sourceRate);
 
 // Source field number at the output time. 0.499 rather than 0.5 so that an

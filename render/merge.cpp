@@ -108,6 +108,21 @@ void WriteOwnLine(A_long show, long W, const float* P, const float* d, float* O)
     }
 }
 
+// The match mark (1, 0, 1, 0) written at column c of Field 0's own line,
+// which WriteOwnLine has already written: as the pixel-by-pixel walk would
+// later read it back there, a moving pixel keeps the mark's alpha with colour
+// m x P + (1 - m) x mark, in the lane arithmetic of WriteOwnLine; a still
+// one stays P.
+void MarkOwnLine(const float* P, const float* d, float* O, long c) {
+    const float m = d[c];
+    if (m == 0.0f) return;
+    const float mark[4] = {1.0f, 0.0f, 1.0f, 0.0f};
+    float* out = O + c * 4;
+    const float* p = P + c * 4;
+    out[0] = mark[0];
+    for (int i = 1; i < 4; ++i) out[i] = m * p[i] + (1.0f - m) * mark[i];
+}
+
 void MergeRow(const Walk& w, long y) {
     const A_long show = w.settings.show;
     const long W = w.width;
@@ -119,9 +134,10 @@ void MergeRow(const Walk& w, long y) {
     const float* g = w.gradient.row_ptr(y);
     const float* d = w.difference.row_ptr(y);
 
-    // Field 0's own line depends on nothing the search finds, and nothing
-    // reads it back, so it is written first for the whole row; the views
-    // that mark a matched pixel overwrite it afterwards. (The walk below
+    // Field 0's own line depends on nothing the search finds, so it is
+    // written first for the whole row; the views that mark a matched pixel
+    // overwrite it afterwards (a "Match Points" mark that lands on a later
+    // pixel of the line is blended there as the walk would read it). (The walk below
     // could only stop early on a match ending past the row, which the
     // clamped match ends never do, so no pixel of the line is written that
     // the pixel-by-pixel walk would have left.)
@@ -149,11 +165,14 @@ void MergeRow(const Walk& w, long y) {
         } else if (show == kShowMatchPoints) {
             Set(o, 1.0f, 1.0f, 0.0f, 0.0f);
             // A match left of column 0 marks the tail of the row above
-            // (flat row layout). A real pixel there is Field 0's line, which
-            // the walk used to write after this mark; only marks in the row
-            // padding stay.
+            // (flat row layout): row padding, or a later pixel of Field 0's
+            // own line, which the walk reads back as that pixel's value when
+            // it gets there.
             const long markColumn = x + k;
-            if (markColumn >= 0 || rowPixels + markColumn >= W) Set(below + markColumn * 4, 1.0f, 0.0f, 1.0f, 0.0f);
+            if (markColumn >= 0 || rowPixels + markColumn >= W)
+                Set(below + markColumn * 4, 1.0f, 0.0f, 1.0f, 0.0f);
+            else
+                MarkOwnLine(P, d, O, rowPixels + markColumn);
         } else if (show == kShowVectorMagnitudes) {
             const float v = static_cast<float>(std::labs(k)) * 0.9f /
                                 static_cast<float>(w.settings.searchSpan) +

@@ -8,6 +8,7 @@
 #include <immintrin.h>
 
 #include "image/cpu_features.h"
+#include "image/simd_target.h"
 
 namespace {
 
@@ -138,8 +139,7 @@ inline void Store(float* p, V v) { _mm_storeu_ps(p, v); }
 #include "render/pattern_offsets_body.inc"
 }  // namespace lanes128
 
-#pragma GCC push_options
-#pragma GCC target("avx2")
+TESSEN_TARGET_AVX2_BEGIN
 namespace lanes256 {
 using V = __m256;
 constexpr long L = 2;
@@ -159,10 +159,9 @@ inline V Sqrt(V a) { return _mm256_sqrt_ps(a); }
 inline void Store(float* p, V v) { _mm256_storeu_ps(p, v); }
 #include "render/pattern_offsets_body.inc"
 }  // namespace lanes256
-#pragma GCC pop_options
+TESSEN_TARGET_END
 
-#pragma GCC push_options
-#pragma GCC target("avx512f")
+TESSEN_TARGET_AVX512F_BEGIN
 // The compiler's own 512-bit header starts some results from a deliberately
 // undefined register, which its flow analysis then flags.
 #pragma GCC diagnostic push
@@ -186,7 +185,7 @@ inline void Store(float* p, V v) { _mm512_storeu_ps(p, v); }
 #include "render/pattern_offsets_body.inc"
 }  // namespace lanes512
 #pragma GCC diagnostic pop
-#pragma GCC pop_options
+TESSEN_TARGET_END
 
 }  // namespace
 

@@ -65,6 +65,7 @@ void MakeImage(CVFloatWorld& image, A_long w, A_long h)
 
 void CopyLayer(PF_InData* in_data, PF_LayerDef* src, PF_LayerDef* dst)
 {
+    if (dst->width <= 0 || dst->height <= 0) return;  // a layer of no pixels (a tiny one at low resolution)
     if (in_data->utils == nullptr || in_data->utils->copy == nullptr)
         throw static_cast<A_long>(PF_Err_INVALID_CALLBACK);
     DAE::ThrowIfError(in_data->utils->copy(in_data->effect_ref, src, dst, nullptr, nullptr));
@@ -150,8 +151,10 @@ void ConvertIntoFields(const PF_LayerDef& layer, const PF_LRect& r, CVFloatWorld
 A_long ScaledSize(A_long size, const PF_RationalScale& scale)
 {
     if (scale.den == 0) return size;
-    const A_u_long num = static_cast<A_u_long>(scale.num);
-    return static_cast<A_long>((num * static_cast<A_u_long>(size) + scale.den / 2) / scale.den);
+    // Wide enough that no factor a host can hand over wraps the product.
+    const A_u_longlong num = static_cast<A_u_long>(scale.num);
+    const A_u_longlong scaled = (num * static_cast<A_u_long>(size) + scale.den / 2) / scale.den;
+    return scaled > 0x7FFFFFFF ? -1 : static_cast<A_long>(scaled);
 }
 
 bool FullResolution(const PF_RationalScale& s) { return s.num == 1 && s.den == 1; }
@@ -166,16 +169,25 @@ double Ratio(const PF_RationalScale& s, double fallback)
 
 RenderSettings ReadRenderSettings(const PF_InData* in_data, PF_ParamDef* params[])
 {
+    RequireDeclaredParams(in_data, params);
     RenderSettings s;
-    s.show = in_data->num_params > kParamShow ? params[kParamShow]->u.pd.value : kShowResult;
+    s.show = in_data->num_params > kParamShow && params[kParamShow] != nullptr ? params[kParamShow]->u.pd.value
+                                                                                 : kShowResult;
     s.fieldOrder = params[kParamFieldOrder]->u.pd.value == 1 ? 1 : 2;
     s.deinterlace = params[kParamDoDeinterlace]->u.bd.value != 0;
-    s.motionAdjust = static_cast<float>(params[kParamMotionAdjust]->u.fs_d.value);
+    const double motionAdjust = params[kParamMotionAdjust]->u.fs_d.value;
+    // Beyond the slider's valid range (or not a number): no host sends it.
+    if (!(motionAdjust >= kMotionAdjustMin && motionAdjust <= kMotionAdjustMax))
+        throw static_cast<A_long>(PF_Err_BAD_CALLBACK_PARAM);
+    s.motionAdjust = static_cast<float>(motionAdjust);
     s.diffLow = kDiffLow;
     s.diffHigh = kDiffHigh;
     s.diffSpread = kDiffSpread;
     s.gradientThreshold = kGradientThreshold;
     s.patternSize = params[kParamPatternSize]->u.sd.value;
+    // Beyond what the host lets a user type, and the search span would overflow.
+    if (s.patternSize < kPatternSizeMin || s.patternSize > kPatternSizeMax)
+        throw static_cast<A_long>(PF_Err_BAD_CALLBACK_PARAM);
     s.searchSpan = 2 * s.patternSize;
     s.blendLimit = kBlendLimit;
     s.compRate = CompositionRate(in_data->time_scale, in_data->local_time_step);
@@ -249,7 +261,13 @@ void DrawMessagePicture(PF_InData* in_data, PF_LayerDef* output, A_long id, Embe
 void Render(PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[], PF_LayerDef* output,
             EmbeddedBitmapFn pictures)
 {
+    RequireDeclaredParams(in_data, params);
+    // No output world, or a layer without pixels: nothing can be drawn or
+    // read, and nothing is touched.
     PF_LayerDef* input = &params[kParamInputLayer]->u.ld;
+    if (output == nullptr || (output->data == nullptr && output->width > 0 && output->height > 0) ||
+        (input->data == nullptr && input->width > 0 && input->height > 0))
+        throw static_cast<A_long>(PF_Err_BAD_CALLBACK_PARAM);
 
     // The layer must be the frame at the current downsampling.
     if (input->width != ScaledSize(in_data->width, in_data->downsample_x) ||

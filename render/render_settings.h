@@ -43,6 +43,13 @@ enum ShowView : A_long {
     kShowData = 15,
 };
 
+// "Detail Pattern Size" and "Motion Detection Adjustment" as the host can
+// set them (typed values included).
+constexpr A_long kPatternSizeMin = 1;
+constexpr A_long kPatternSizeMax = 12;
+constexpr double kMotionAdjustMin = -100.0;
+constexpr double kMotionAdjustMax = 100.0;
+
 // Host parameter indices, in the order parameter set-up adds them; the render
 // reads some, Auto Setup and its button write others.
 enum RenderParamIndex : A_long {
@@ -58,3 +65,18 @@ enum RenderParamIndex : A_long {
     kParamDeartifacting = 11,
     kParamShow = 13,
 };
+
+// Parameters every command that reads them needs: all the effect declares
+// but the optional "Show" popup.
+constexpr A_long kDeclaredParams = 13;
+
+// A host that hands over fewer parameters than the effect declared (before
+// parameter set-up, or after it failed) gets an error before anything is
+// read or written: nothing past its array is touched.
+inline void RequireDeclaredParams(const PF_InData* in_data, PF_ParamDef* const params[])
+{
+    if (params == nullptr || in_data->num_params < kDeclaredParams)
+        throw static_cast<A_long>(PF_Err_BAD_CALLBACK_PARAM);
+    for (A_long i = 0; i < kDeclaredParams; ++i)
+        if (params[i] == nullptr) throw static_cast<A_long>(PF_Err_BAD_CALLBACK_PARAM);
+}

@@ -240,6 +240,37 @@ TEST(Worlds, RowsArePaddedToSixteenBytesAndDownsamplingScalesTheLayer) {
     EXPECT_EQ(w, 361);  // (721 + 1) / 2
     EXPECT_EQ(h, 289);
     EXPECT_EQ(row, 1456);  // 361 × 4 = 1444, padded
+
+    // Factors no host uses give the full layer, and a width no world can
+    // have is refused, never wrapped.
+    for (const PF_RationalScale d : {PF_RationalScale{INT32_MAX, 1}, PF_RationalScale{-3, 4},
+                                     PF_RationalScale{0, 1}, PF_RationalScale{7, 0}}) {
+        e.in_data().downsample_x = d;
+        EXPECT_EQ(e.layer_width(), 721) << d.num << "/" << d.den;
+    }
+    e.in_data().downsample_x = PF_RationalScale{INT32_MAX, 4294967295u};
+    EXPECT_EQ(e.layer_width(), 360);
+    EXPECT_THROW(headless::host_rowbytes(INT32_MAX, true), std::length_error);
+}
+
+// Time bases and frame numbers at the ends of the 32-bit time line stop
+// there instead of overflowing.
+TEST(Worlds, TimesStayOnTheTimeLine) {
+    FxScope fx(nullptr);
+    EffectInstance e(Entry);
+    e.set_time_base(2997, INT32_MAX);
+    EXPECT_EQ(e.in_data().total_time, INT32_MAX);
+    e.set_frame(3);
+    EXPECT_EQ(e.in_data().current_time, INT32_MAX);
+    e.set_time_base(2997, INT32_MIN);
+    EXPECT_EQ(e.in_data().current_time, INT32_MIN);
+    e.set_time_base(2997, -1);
+    EXPECT_EQ(e.in_data().total_time, -300);
+    e.set_current_time(INT32_MIN);
+    e.set_time_base(2997, 100);  // frame INT32_MIN / -1
+    EXPECT_EQ(e.in_data().current_time, INT32_MAX);
+    e.set_frame(INT32_MIN);
+    EXPECT_EQ(e.in_data().current_time, INT32_MIN);
 }
 
 TEST(Worlds, CopyAndFillCallbacks) {

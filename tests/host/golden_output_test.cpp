@@ -37,6 +37,7 @@ struct ClipCase {
     double fps, compRate;
     A_long sourceVideo;
     Scene scene;
+    const char* onlySetting = nullptr;  // a clip made for one setting
 };
 
 struct Setting {
@@ -89,12 +90,16 @@ std::map<std::string, std::string> RenderAll()
     const ClipCase clips[] = {
         {"pan-ntsc-23.976", 71, 29, 29.97, 23.976, 1, headless::scenes::pan},
         {"mixed-pal-25", 96, 44, 25.0, 25.0, 2, headless::scenes::still_and_moving},
+        // Match marks left of column 0 land on later pixels of Field 0's own
+        // line with partial motion.
+        {"diagonal-pal-25", 40, 16, 25.0, 25.0, 2, headless::scenes::diagonal_stripes, "view-match-points"},
     };
     std::map<std::string, std::string> hashes;
     for (const ClipCase& c : clips)
         for (bool deep : {false, true})
             for (int simd : {0, 1})
                 for (const Setting& setting : Settings()) {
+                    if (c.onlySetting != nullptr && setting.name != c.onlySetting) continue;
                     cpu_features::force_simd_answer(simd);
                     EffectInstance fx(&EntryPointFunc);
                     fx.project().set_preference("Wrenfold Suite", "Diagnostic Views", "1");

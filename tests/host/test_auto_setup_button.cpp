@@ -168,4 +168,22 @@ TEST(AutoSetupButton, WhatTheButtonIgnoresOrSurvives) {
     b.fx.host().clear_problems();
 }
 
+// A press and release before parameter set-up (the host holds the input layer
+// alone): an error, and no parameter is read or written.
+TEST(AutoSetupButton, BeforeParameterSetupIsAnError) {
+    headless::EffectInstance fx{&EntryPointFunc};
+    ASSERT_EQ(fx.global_setup(), PF_Err_NONE);
+    ASSERT_EQ(fx.press(2, PF_Point{100, 90}), PF_Err_NONE);
+    EXPECT_EQ(fx.drag(PF_Point{100, 90}), PF_Err_BAD_CALLBACK_PARAM);
+    EXPECT_EQ(fx.release(PF_Point{100, 90}), PF_Err_BAD_CALLBACK_PARAM);
+    EXPECT_EQ(fx.num_params(), 1);
+    EXPECT_EQ(fx.ui().ui_updates().size(), 0u);
+    // The same through the UI update of a record marked done.
+    ASSERT_EQ(fx.reload_sequence({1, 0, 0, 0, 0, 0, 0, 0}), PF_Err_NONE);
+    EXPECT_EQ(fx.update_params_ui(), PF_Err_BAD_CALLBACK_PARAM);
+    EXPECT_EQ(fx.sequence_setdown(), PF_Err_NONE);
+    EXPECT_EQ(fx.global_setdown(), PF_Err_NONE);
+    host_test::ExpectClean(fx);
+}
+
 }  // namespace

@@ -111,6 +111,22 @@ TEST(SequenceRecord, SetupResetupFlattenAndUpdateParamsUI) {
 
     ASSERT_EQ(fx.reload_sequence({0, 1, 1, 1, 1, 1, 1, 1}), PF_Err_NONE);
     EXPECT_EQ(fx.sequence_bytes(), Bytes(8, 0));
+    EXPECT_EQ(fx.sequence_setdown(), PF_Err_NONE);
+
+    // A damaged project's record shorter than ours: nothing is written past
+    // its end (the host's tail guard would report it below); a whole record
+    // takes its place with the Auto Setup state kept, and is saved whole.
+    for (const Bytes& shortRecord : {Bytes{}, Bytes{1}, Bytes{1, 2, 3, 4, 5, 6, 7}}) {
+        SCOPED_TRACE(shortRecord.size());
+        ASSERT_EQ(fx.reload_sequence(shortRecord), PF_Err_NONE);
+        Bytes whole(8, 0);
+        whole[0] = shortRecord.empty() ? 0 : 1;
+        EXPECT_EQ(fx.sequence_bytes(), whole);
+        ASSERT_EQ(fx.get_flattened_sequence_data(), PF_Err_NONE);
+        EXPECT_EQ(fx.flattened_bytes(), whole);
+        EXPECT_EQ(fx.sequence_setdown(), PF_Err_NONE);
+    }
+    ASSERT_EQ(fx.reload_sequence({0, 1, 1, 1, 1, 1, 1, 1}), PF_Err_NONE);
     // Set-up over an existing record replaces it with a fresh one.
     EXPECT_EQ(fx.sequence_setup(), PF_Err_NONE);
     EXPECT_EQ(fx.sequence_bytes(), Bytes(8, 0));

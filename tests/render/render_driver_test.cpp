@@ -9,6 +9,7 @@
 
 #include <dlfcn.h>
 
+#include <cmath>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -418,6 +419,70 @@ TEST_F(RenderDriverTest, ErrorsComeBackAndReleaseEverything)
     fx_->param(kParamSourceVideo).u.pd.value = 3;
     EXPECT_EQ(fx_->render(), PF_Err_UNRECOGNIZED_PARAM_TYPE);
     ExpectNothingHeld();
+}
+
+// What no After Effects sends: the effect answers with an error code and
+// leaves the output as it was.
+TEST_F(RenderDriverTest, HostileRendersGetAnErrorAndTouchNothing)
+{
+    const auto expectRefused = [this](const char* what, PF_LayerDef* output) {
+        SCOPED_TRACE(what);
+        EXPECT_EQ(fx_->call(PF_Cmd_RENDER, output), PF_Err_BAD_CALLBACK_PARAM);
+        EXPECT_EQ(fx_->message(), "");
+        ExpectNothingHeld();
+    };
+    Start(MakeClip(40, 12, StillPicture));
+    ASSERT_EQ(RenderFrame(1), PF_Err_NONE);
+    World before = Out();
+    Out().fill(PF_Pixel{1, 2, 3, 4}, PF_Pixel16{1, 2, 3, 4});
+    before = Out();
+    expectRefused("no output world", nullptr);
+    fx_->in_data().width = 80;  // the wrong-size branch draws into the output
+    expectRefused("no output world, layer of the wrong size", nullptr);
+    fx_->in_data().width = 40;
+    for (A_long size : {A_long{INT32_MAX}, A_long{INT32_MIN}, A_long{0}, A_long{13}}) {
+        fx_->param(kParamPatternSize).u.sd.value = size;
+        expectRefused("\"Detail Pattern Size\" beyond what the host allows", &Out().def());
+    }
+    fx_->param(kParamPatternSize).u.sd.value = 4;
+    for (double adjust : {std::nan(""), 100.5, -HUGE_VAL}) {
+        fx_->param(kParamMotionAdjust).u.fs_d.value = adjust;
+        expectRefused("\"Motion Detection Adjustment\" beyond what the host allows", &Out().def());
+    }
+    fx_->param(kParamMotionAdjust).u.fs_d.value = 20;
+    for (A_long t : {A_long{INT32_MAX - 50}, A_long{INT32_MIN + 50}}) {
+        fx_->set_current_time(t);
+        expectRefused("a time whose neighbour frames fall off the time line", &Out().def());
+    }
+    fx_->set_frame(1);
+    fx_->in_data().num_params = 12;
+    expectRefused("fewer parameters than declared", &Out().def());
+    EXPECT_TRUE(Out().same_pixels(before));
+
+    // Before parameter set-up the host holds the input layer alone.
+    fx_.reset();
+    EffectInstance bare(ModuleEntry(), host_);
+    ASSERT_EQ(bare.global_setup(), PF_Err_NONE);
+    bare.set_input(MakeClip(40, 12, StillPicture));
+    EXPECT_EQ(bare.render(), PF_Err_BAD_CALLBACK_PARAM);
+    EXPECT_EQ(bare.outstanding_checkouts(), 0);
+}
+
+// A layer under 8 pixels at 1/16 resolution has no pixels: below the
+// minimum, so the message, and nothing to copy. The host hands it out with
+// pixel memory also when it recycles its worlds.
+TEST_F(RenderDriverTest, LayerWithoutPixelsAtLowResolution)
+{
+    for (const bool recycle : {true, false}) {
+        SCOPED_TRACE(recycle);
+        host_.set_recycle_memory(recycle);
+        Start(MakeClip(7, 100, StillPicture, recycle));
+        fx_->set_downsample(1, 16, 1, 16);
+        ASSERT_EQ(fx_->layer_width(), 0);
+        EXPECT_EQ(RenderFrame(0), PF_Err_NONE);
+        EXPECT_EQ(fx_->message(), "Corvane will only work on a layer with dimensions of at least 12 x 5.");
+        ExpectNothingHeld();
+    }
 }
 
 TEST_F(RenderDriverTest, EveryAllocationFailureIsOutOfMemoryAndReleasesAll)
