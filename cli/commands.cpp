@@ -173,6 +173,8 @@ int run_render(const Options& o) {
     if (plan.conformed) wo.audio_follow.stretch = info.frame_rate.value() / plan.comp_rate.value();
     // A piece (--range) starts that many output frames into the whole run.
     const int64_t piece_start = o.range ? o.range->first : 0;
+    wo.first_image = piece_start + 1;
+    if (o.range && o.range->last) wo.last_image = *o.range->last + 1;
     wo.audio_follow.start = double(plan.first_source_frame) / info.frame_rate.value() * wo.audio_follow.stretch +
                             double(piece_start) / plan.comp_rate.value();
     wo.audio_follow.keep_pitch = !o.audio_pitch_shift;

@@ -74,21 +74,23 @@ Pattern parse_pattern(const std::string& name) {
     return p;
 }
 
-bool matches(const Pattern& p, const std::string& name) {
+bool matches(const Pattern& p, const std::string& name, int64_t first, int64_t last) {
     if (name.size() <= p.prefix.size() + p.suffix.size()) return false;
     if (name.compare(0, p.prefix.size(), p.prefix) != 0) return false;
     if (name.compare(name.size() - p.suffix.size(), p.suffix.size(), p.suffix) != 0) return false;
     const std::string digits = name.substr(p.prefix.size(), name.size() - p.prefix.size() - p.suffix.size());
-    if (int(digits.size()) < p.width) return false;
-    return std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
+    if (int(digits.size()) < p.width || digits.size() > 18) return false;
+    if (!std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; })) return false;
+    const int64_t number = std::stoll(digits);
+    return number >= first && number <= last;
 }
 
-std::vector<std::string> matching_files(const fs::path& dir, const Pattern& p) {
+std::vector<std::string> matching_files(const fs::path& dir, const Pattern& p, int64_t first, int64_t last) {
     std::vector<std::string> found;
     std::error_code ec;
     for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
         const std::string name = it->path().filename().string();
-        if (matches(p, name)) found.push_back(name);
+        if (matches(p, name, first, last)) found.push_back(name);
     }
     std::sort(found.begin(), found.end());
     return found;
@@ -131,8 +133,10 @@ std::string sequence_file_name(const std::string& pattern, int64_t number) {
     return (path.parent_path() / (p.prefix + digits + p.suffix)).string();
 }
 
-OutputFile::OutputFile(const std::string& target, bool overwrite, bool is_sequence)
-    : target_(target), sequence_(is_sequence), overwrite_(overwrite) {
+OutputFile::OutputFile(const std::string& target, bool overwrite, bool is_sequence, int64_t first_image,
+                       int64_t last_image)
+    : target_(target), sequence_(is_sequence), overwrite_(overwrite), first_image_(first_image),
+      last_image_(last_image) {
     const fs::path t(target);
     const std::string name = t.filename().string();
     if (name.empty() || name == "." || name == "..") throw CliError(target, "is a folder, not an output file name");
@@ -151,7 +155,7 @@ OutputFile::OutputFile(const std::string& target, bool overwrite, bool is_sequen
     if (sequence_) {
         const Pattern p = parse_pattern(name);
         if (!p.valid) throw CliError(target, "an image sequence needs a frame number such as %05d in its name");
-        const auto existing = matching_files(dir, p);
+        const auto existing = matching_files(dir, p, first_image_, last_image_);
         if (!existing.empty() && !overwrite_)
             throw CliError(target, "images of this sequence already exist (" + existing.front() +
                                        "); add -y to overwrite them");
@@ -225,8 +229,8 @@ void OutputFile::commit() {
     fs::path dir = t.parent_path();
     if (dir.empty()) dir = ".";
     const Pattern p = parse_pattern(t.filename().string());
-    const auto made = matching_files(temp_, p);
-    const auto old = matching_files(dir, p);
+    const auto made = matching_files(temp_, p, first_image_, last_image_);
+    const auto old = matching_files(dir, p, first_image_, last_image_);
     if (!overwrite_ && !old.empty()) {
         discard();
         throw CliError(target_, "images of this sequence were created by someone else meanwhile (" + old.front() +

@@ -14,7 +14,9 @@ namespace tessen::cli {
 // Destroying it without commit() removes the temporary.
 class OutputFile {
 public:
-    OutputFile(const std::string& target, bool overwrite, bool is_sequence = false);
+    // A sequence minds only its images numbered first_image..last_image.
+    OutputFile(const std::string& target, bool overwrite, bool is_sequence = false, int64_t first_image = 1,
+               int64_t last_image = INT64_MAX);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
@@ -37,6 +39,7 @@ private:
     std::string write_path_;
     bool sequence_ = false;
     bool overwrite_ = false;
+    int64_t first_image_ = 1, last_image_ = INT64_MAX;
     bool live_ = false;
     int slot_ = -1;           // registry slot for remove_live_temporaries()
 };

@@ -202,6 +202,11 @@ struct WriterOptions {
     // the demo's interlaced source says which field comes first.
     FieldOrder field_order = FieldOrder::Progressive;
     bool overwrite = false;     // replace an existing output (-y)
+    // Numbers of a PNG sequence's images: a --range piece writes its own
+    // output frame numbers (frame A is image A+1) and touches no other
+    // image, so the pieces of one run fill one sequence.
+    int64_t first_image = 1;
+    int64_t last_image = INT64_MAX;
     int h264_crf = 16;
     // When not empty, the audio streams of this file are copied over
     // (packets re-timed against its first video frame).

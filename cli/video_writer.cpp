@@ -127,6 +127,7 @@ struct VideoWriter::Impl {
     AVPacket* pkt = nullptr;
     int64_t written = 0;
     int64_t images = 0;  // PNG files written
+    int64_t first_image = 1;
     bool finished = false;
     bool failed = false;
     ColorInfo color;  // as written
@@ -180,7 +181,9 @@ struct VideoWriter::Impl {
         if (kind == OutputKind::ProRes && opt.width % 2)
             fail("ProRes output needs an even width, not " + std::to_string(opt.width));
 
-        out = std::make_unique<OutputFile>(target, opt.overwrite, kind == OutputKind::PngSequence);
+        first_image = opt.first_image;
+        out = std::make_unique<OutputFile>(target, opt.overwrite, kind == OutputKind::PngSequence, opt.first_image,
+                                           opt.last_image);
 
         const char* muxer = kind == OutputKind::ProRes ? "mov"
                             : kind == OutputKind::Ffv1 ? "matroska"
@@ -495,7 +498,7 @@ struct VideoWriter::Impl {
     // One PNG per packet, written here because FFmpeg's image muxer does
     // not report failed writes.
     void write_image() {
-        const std::string name = sequence_file_name(out->write_path(), ++images);
+        const std::string name = sequence_file_name(out->write_path(), first_image + images++);
         const int fd = ::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
         if (fd < 0) fail("cannot write: " + io_error_text(errno));
         const uint8_t* p = pkt->data;

@@ -155,6 +155,16 @@ TEST(CliRange, ThreePiecesJoinedWithoutReencodingEqualTheWholeRun) {
         EXPECT_EQ(frame_hashes(joined), expected);
         EXPECT_EQ(frame_hashes(whole3), expected);
     }
+    // PNG pieces number their images by output frame, leave each other's
+    // alone (no -y needed) and fill the whole run's sequence.
+    fs::create_directories(dir.file("whole"));
+    fs::create_directories(dir.file("pieces"));
+    ASSERT_EQ(run_tessen(render(in, dir.file("whole/f_%03d.png"), {"--frames", "12"})).exit_code, 0);
+    for (const char* range : {"5-", "0-4"})
+        ASSERT_EQ(run_tessen(render(in, dir.file("pieces/f_%03d.png"), {"--frames", "12", "--range", range})).exit_code, 0);
+    const std::vector<std::string> images = frame_hashes(dir.file("whole/f_%03d.png"));
+    ASSERT_EQ(images.size(), 12u);
+    EXPECT_EQ(frame_hashes(dir.file("pieces/f_%03d.png")), images);
     RunResult r = run_tessen(render(in, dir.file("late.mkv"), {"--range", "32-40"}));
     EXPECT_EQ(r.exit_code, 2) << r.err;
     EXPECT_TRUE(contains(r.last_err_line(), "--range starts beyond the last")) << r.err;
