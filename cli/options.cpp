@@ -34,18 +34,20 @@ bool parse_double(const std::string& s, double& out) {
     return true;
 }
 
-// "A-B" with A <= B, or "A-": digits only.
+// "A-B" with A <= B, or "A-": digits only. Frame numbers stay far below
+// where the arithmetic on them (times, A+1) would overflow.
 bool parse_frame_range(const std::string& s, FrameRange& out) {
+    constexpr long long kMaxFrame = 1'000'000'000'000;
     const size_t dash = s.find('-');
     if (dash == std::string::npos) return false;
     const std::string a = s.substr(0, dash), b = s.substr(dash + 1);
     auto digits = [](const std::string& t) { return !t.empty() && t.find_first_not_of("0123456789") == std::string::npos; };
     long long first = 0, last = 0;
-    if (!digits(a) || !parse_long(a, first)) return false;
+    if (!digits(a) || !parse_long(a, first) || first > kMaxFrame) return false;
     out.first = first;
     out.last.reset();
     if (b.empty()) return true;
-    if (!digits(b) || !parse_long(b, last) || last < first) return false;
+    if (!digits(b) || !parse_long(b, last) || last < first || last > kMaxFrame) return false;
     out.last = last;
     return true;
 }

@@ -314,6 +314,7 @@ TEST(Options, ParsesValuesAndRejectsBadOnes) {
         {"--rate", "24"}, {"--pattern-size", "0"}, {"--pattern-size", "13"}, {"--motion", "100.5"},
         {"--frames", "0"}, {"--rate"},           {"--bogus"},           {"--threads", "0"},
         {"--jobs", "0"},   {"--range", "9-8"},   {"--range", "-5"},     {"--range", "1-x"},
+        {"--range", "0-9223372036854775807"},
     };
     for (const auto& more : bad) {
         std::vector<std::string> args = {"render", "in.mov", "out.mov"};
