@@ -103,10 +103,15 @@ std::optional<PulldownPlan> plan_film_frames(const Options& o, const ConversionP
     if (remove && plan.rate != CompRate::k23_976)
         throw Failure(kExitUsage, "--pulldown remove gives film frames at 23.976 fps: use --rate 23.976");
     const int64_t cap = o.frames ? *o.frames : -1;
+    int64_t read_at_most = cap >= 0 ? cap * 5 / 4 + 4 : -1;
+    // At 29.97 nothing is recovered and a film source is only named: its
+    // first ten seconds tell, without decoding the whole file a second time.
+    constexpr int64_t kNamingFrames = 300;
+    if (plan.rate != CompRate::k23_976)
+        read_at_most = read_at_most < 0 ? kNamingFrames : std::min(read_at_most, kNamingFrames);
     PulldownPlan pd;
     try {
-        pd = analyse_pulldown(o.input, plan.first_source_frame, cap >= 0 ? cap * 5 / 4 + 4 : -1,
-                              plan.field_order == kUpperFirst, cap);
+        pd = analyse_pulldown(o.input, plan.first_source_frame, read_at_most, plan.field_order == kUpperFirst, cap);
     } catch (const CliError& e) {
         throw Failure(kExitInput, e.what());
     }
